@@ -1,0 +1,15 @@
+// zvsync's entry point: the real ports of this system, then the commands.
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "cli/zvsync.h"
+#include "platform/platform.h"
+
+int main(int argc, char** argv) {
+  kdzv::InitializeProcess();
+  kdzv::SystemPorts& system = kdzv::System();
+  kdzv::CliContext context{system.time_zone, system.registry, std::cout, std::cerr};
+  const std::vector<std::string> args = kdzv::ProgramArguments(argc, argv);
+  return kdzv::RunZvsync(args, context);
+}

@@ -1,0 +1,115 @@
+#include "cli/zvsync.h"
+
+#include <string_view>
+
+#include "interface/zv_settings.h"
+#include "mapping/date_time_convert.h"
+#include "util/date_time.h"
+
+namespace kdzv {
+namespace {
+
+constexpr std::string_view kHelp =
+    "zvsync - exchanges appointments between Halvex and Zentavo through message files\n"
+    "\n"
+    "Usage:\n"
+    "  zvsync --help                       this text\n"
+    "  zvsync --version                    the version\n"
+    "  zvsync convert to-service LOCAL     local date-time (\"YYYY-MM-DD HH:MM:SS\") to the\n"
+    "                                      service's UTC text (yyyymmddThhnnssZ)\n"
+    "  zvsync convert to-local TEXT        the service's UTC text to the local date-time\n"
+    "  zvsync settings show                all settings, one NAME=VALUE a line\n"
+    "  zvsync settings get NAME            one setting's value\n"
+    "  zvsync settings set NAME VALUE      stores a setting (Booleans: true/false)\n"
+    "\n"
+    "Conversions use the process's time zone (TZ). Settings live in the per-user store\n"
+    "(on Linux ${XDG_CONFIG_HOME:-~/.config}/kdzentavo/registry).\n"
+    "Exit status: 0 success, 1 failure, 2 bad usage.\n";
+
+int Usage(CliContext& context, const std::string& message) {
+  context.err << "zvsync: " << message << " (see zvsync --help)\n";
+  return kExitUsage;
+}
+
+// A service text has 16 characters, digits where numbers belong.
+bool LooksLikeServiceText(std::string_view text) {
+  if (text.size() != 16) return false;
+  for (size_t i = 0; i < text.size(); ++i) {
+    if (i == 8 || i == 15) continue;
+    if (text[i] < '0' || text[i] > '9') return false;
+  }
+  return true;
+}
+
+int Convert(const std::vector<std::string>& args, CliContext& context) {
+  if (args.size() != 3) return Usage(context, "convert takes a direction and one value");
+  const std::string& direction = args[1];
+  const std::string& value = args[2];
+  if (direction == "to-service") {
+    const auto local = DateTime::ParseIsoText(value);
+    if (!local) return Usage(context, "not a local date-time: \"" + value + "\"");
+    const std::string text =
+        modDateTimeConvert::ConvertLocalToZentavoDateTime(*local, context.time_zone);
+    if (text.empty()) return kExitFailure;  // reported by the conversion
+    context.out << text << "\n";
+    return kExitOk;
+  }
+  if (direction == "to-local") {
+    if (!LooksLikeServiceText(value)) {
+      return Usage(context, "not a service date-time (yyyymmddThhnnssZ): \"" + value + "\"");
+    }
+    const DateTime local =
+        modDateTimeConvert::ConvertZentavoToLocalDateTime(value, context.time_zone);
+    context.out << local.Format("yyyy-mm-dd hh:nn:ss") << "\n";
+    return kExitOk;
+  }
+  return Usage(context, "unknown direction \"" + direction + "\" (to-service or to-local)");
+}
+
+int Settings(const std::vector<std::string>& args, CliContext& context) {
+  if (args.size() < 2) return Usage(context, "settings needs show, get or set");
+  const std::string& action = args[1];
+  clZVSettings settings(context.registry);
+  if (action == "show" && args.size() == 2) {
+    for (std::string_view name : clZVSettings::PropertyNames()) {
+      context.out << name << "=" << settings.GetAsText(name) << "\n";
+    }
+    return kExitOk;
+  }
+  if (action == "get" && args.size() == 3) {
+    if (!clZVSettings::IsPropertyName(args[2])) {
+      return Usage(context, "unknown setting \"" + args[2] + "\"");
+    }
+    context.out << settings.GetAsText(args[2]) << "\n";
+    return kExitOk;
+  }
+  if (action == "set" && args.size() == 4) {
+    if (!clZVSettings::IsPropertyName(args[2])) {
+      return Usage(context, "unknown setting \"" + args[2] + "\"");
+    }
+    std::string error;
+    if (!settings.SetFromText(args[2], args[3], &error)) return Usage(context, error);
+    return kExitOk;
+  }
+  return Usage(context, "settings takes show, get NAME or set NAME VALUE");
+}
+
+}  // namespace
+
+int RunZvsync(const std::vector<std::string>& args, CliContext& context) {
+  if (args.empty()) return Usage(context, "no command given");
+  const std::string& command = args[0];
+  if (command == "--help" || command == "-h" || command == "help") {
+    context.out << kHelp;
+    return kExitOk;
+  }
+  if (command == "--version") {
+    context.out << "zvsync " << KDZV_VERSION << "\n";
+    return kExitOk;
+  }
+  if (command == "convert") return Convert(args, context);
+  if (command == "settings") return Settings(args, context);
+  return Usage(context, "unknown command \"" + command + "\"");
+}
+
+}  // namespace kdzv

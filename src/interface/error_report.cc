@@ -1,0 +1,40 @@
+#include "interface/error_report.h"
+
+#include "interface/process.h"
+#include "interface/user_interface.h"
+
+namespace kdzv {
+
+std::string FormatErrorReport(const ErrorInfo& error, std::string_view module,
+                              std::string_view procedure, std::string_view details) {
+  std::string text = std::to_string(error.number);
+  text += "/";
+  text += error.description;
+  text += " / Modul=";
+  text += module;
+  text += " / Proc=";
+  text += procedure;
+  text += " / Details=";
+  text += details;
+  return text;
+}
+
+void ReportError(const ErrorInfo& error, std::string_view module, std::string_view procedure,
+                 std::string_view details) {
+  const std::string text = FormatErrorReport(error, module, procedure, details);
+  if (ErrorLogTarget* active = process::ActiveInterface()) {
+    active->WriteLogLine("(MAIN) --> ERROR: " + text);
+    return;
+  }
+  if (UserInterface* ui = process::MessageBoxes()) {
+    ui->MessageBox("Es ist der folgende Fehler aufgetreten:\r\n" + text,
+                   msgbox::kOkOnly | msgbox::kCritical, "kdZentavo");
+  }
+}
+
+void ReportCurrentError(std::string_view module, std::string_view procedure,
+                        std::string_view details) {
+  ReportError(CurrentErrorInfo(), module, procedure, details);
+}
+
+}  // namespace kdzv

@@ -1,0 +1,35 @@
+// The one error report of the component. Every procedure catches its own
+// failures and reports them here with its class's module name, its own
+// procedure name and a details text, then returns its failure value.
+//
+//   try { ... } catch (...) {
+//     ReportCurrentError(kModule, "GetLastSessionID", details);
+//     return 0;
+//   }
+#ifndef KDZV_INTERFACE_ERROR_REPORT_H_
+#define KDZV_INTERFACE_ERROR_REPORT_H_
+
+#include <string>
+#include <string_view>
+
+#include "util/error.h"
+
+namespace kdzv {
+
+// number "/" description " / Modul=" module " / Proc=" procedure " / Details=" details
+std::string FormatErrorReport(const ErrorInfo& error, std::string_view module,
+                              std::string_view procedure, std::string_view details);
+
+// Logs "(MAIN) --> ERROR: " + the report through the active interface (so
+// only when its logging is on); without an active interface shows it in a
+// message box with the critical icon.
+void ReportError(const ErrorInfo& error, std::string_view module, std::string_view procedure,
+                 std::string_view details);
+
+// ReportError for the exception being handled; call only inside a catch block.
+void ReportCurrentError(std::string_view module, std::string_view procedure,
+                        std::string_view details);
+
+}  // namespace kdzv
+
+#endif  // KDZV_INTERFACE_ERROR_REPORT_H_

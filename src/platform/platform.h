@@ -1,0 +1,46 @@
+// The real implementations of the core's ports on this operating system,
+// created once per process on first use.
+#ifndef KDZV_PLATFORM_PLATFORM_H_
+#define KDZV_PLATFORM_PLATFORM_H_
+
+#include <string>
+#include <vector>
+
+namespace kdzv {
+
+class Clock;
+class FileSystem;
+class ProfileFile;
+class RegistryBackend;
+class TimeZoneSource;
+class UserInterface;
+
+struct SystemPorts {
+  FileSystem& file_system;
+  Clock& clock;
+  TimeZoneSource& time_zone;
+  ProfileFile& profile_file;
+  RegistryBackend& registry;
+  UserInterface& user_interface;
+};
+
+SystemPorts& System();
+
+// The full path of the binary that contains the component: the DLL on
+// Windows; on Linux the shared object or the executable it is linked into.
+std::string ComponentModulePath();
+
+// The program's arguments (without its name) as UTF-8.
+std::vector<std::string> ProgramArguments(int argc, char** argv);
+
+// The platform's path separator.
+char PathSeparator();
+
+// Sets the process-wide values of a freshly loaded component: message boxes
+// through the system's user interface, log and configuration file beside
+// the component's binary.
+void InitializeProcess();
+
+}  // namespace kdzv
+
+#endif  // KDZV_PLATFORM_PLATFORM_H_

@@ -1,0 +1,66 @@
+#include "platform/posix/posix_file_system.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <string>
+
+#include "platform/posix/errno_error.h"
+
+namespace kdzv::posix {
+namespace {
+
+// Closes the descriptor when it goes out of scope.
+class FileDescriptor {
+ public:
+  explicit FileDescriptor(int fd) : fd_(fd) {}
+  ~FileDescriptor() {
+    if (fd_ >= 0) ::close(fd_);
+  }
+  FileDescriptor(const FileDescriptor&) = delete;
+  FileDescriptor& operator=(const FileDescriptor&) = delete;
+  int get() const { return fd_; }
+  // Closes now and answers the result of close().
+  int Close() {
+    const int result = ::close(fd_);
+    fd_ = -1;
+    return result;
+  }
+
+ private:
+  int fd_;
+};
+
+// Whether the folder part of `path` is missing (for "Path not found").
+bool FolderMissing(const std::string& path) {
+  const size_t cut = path.rfind('/');
+  if (cut == std::string::npos) return false;
+  struct stat info {};
+  const std::string folder = cut == 0 ? "/" : path.substr(0, cut);
+  return ::stat(folder.c_str(), &info) != 0 || !S_ISDIR(info.st_mode);
+}
+
+}  // namespace
+
+void PosixFileSystem::AppendToFile(std::string_view path_view, std::string_view bytes) {
+  const std::string path(path_view);
+  FileDescriptor file(::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644));
+  if (file.get() < 0) {
+    const int error = errno;
+    RaiseFileError(error, "AppendToFile", error == ENOENT && FolderMissing(path));
+  }
+  size_t written = 0;
+  while (written < bytes.size()) {
+    const ssize_t n = ::write(file.get(), bytes.data() + written, bytes.size() - written);
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      RaiseFileError(errno, "AppendToFile");
+    }
+    written += static_cast<size_t>(n);
+  }
+  if (file.Close() != 0) RaiseFileError(errno, "AppendToFile");
+}
+
+}  // namespace kdzv::posix

@@ -1,0 +1,133 @@
+// The one collection of the component: an ordered list, numbered from 1, in
+// which an element can also be found by an optional text key. Keys are unique
+// and compared without regard to case. Failures are those of the host
+// language's keyed list:
+//   5   "Invalid procedure call or argument"  (an unknown key, an index of a wrong kind)
+//   9   "Subscript out of range"              (a position outside 1..Count)
+//   457 "This key is already associated with an element of this collection"
+//
+// Elements are held by shared pointer: the collection and the host (or another
+// collection) may hold the same record, and a record added under one key is
+// the very object that Item() returns.
+#ifndef KDZV_UTIL_KEYED_COLLECTION_H_
+#define KDZV_UTIL_KEYED_COLLECTION_H_
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "util/error.h"
+#include "util/text.h"
+
+namespace kdzv {
+
+// A position (1-based) or a key: the argument `vntIndexKey` of Item/Remove.
+using IndexOrKey = std::variant<int32_t, std::string>;
+
+template <class T>
+class KeyedCollection {
+ public:
+  using Pointer = std::shared_ptr<T>;
+
+ private:
+  struct Entry {
+    Pointer item;
+    std::string folded_key;  // empty when added without a key
+  };
+
+ public:
+
+  // Appends `item`; a non-empty `key` is registered for it. Raises 457 for a
+  // key already in the collection (case-insensitively) and 5 for a null item.
+  const Pointer& Add(Pointer item, std::string_view key = {}) {
+    if (!item) RaiseStandard(err::kInvalidCall);
+    std::string folded;
+    if (!key.empty()) {
+      folded = ToUpper(key);
+      if (index_.count(folded) != 0) RaiseStandard(err::kDuplicateKey);
+    }
+    entries_.push_back(Entry{std::move(item), folded});
+    if (!folded.empty()) index_.emplace(std::move(folded), entries_.back().item);
+    return entries_.back().item;
+  }
+
+  int32_t Count() const { return static_cast<int32_t>(entries_.size()); }
+
+  const Pointer& Item(int32_t position) const { return entries_[Locate(position)].item; }
+  const Pointer& Item(std::string_view key) const { return Find(key)->second; }
+  const Pointer& Item(const IndexOrKey& index_or_key) const {
+    if (const auto* position = std::get_if<int32_t>(&index_or_key)) return Item(*position);
+    return Item(std::string_view(std::get<std::string>(index_or_key)));
+  }
+
+  // Whether an element is registered under `key`.
+  bool Contains(std::string_view key) const {
+    return !key.empty() && index_.count(ToUpper(key)) != 0;
+  }
+
+  void Remove(int32_t position) { Erase(Locate(position)); }
+  void Remove(std::string_view key) { Erase(Locate(key)); }
+  void Remove(const IndexOrKey& index_or_key) { Erase(Locate(index_or_key)); }
+
+  void Clear() {
+    entries_.clear();
+    index_.clear();
+  }
+
+  // Iteration in insertion order yields the shared pointers.
+  class const_iterator {
+   public:
+    using Inner = typename std::vector<Entry>::const_iterator;
+    explicit const_iterator(Inner it) : it_(it) {}
+    const Pointer& operator*() const { return it_->item; }
+    const_iterator& operator++() { ++it_; return *this; }
+    bool operator==(const const_iterator& o) const { return it_ == o.it_; }
+    bool operator!=(const const_iterator& o) const { return it_ != o.it_; }
+   private:
+    Inner it_;
+  };
+  const_iterator begin() const { return const_iterator(entries_.begin()); }
+  const_iterator end() const { return const_iterator(entries_.end()); }
+
+ private:
+  using Index = std::unordered_map<std::string, Pointer>;
+
+  typename Index::const_iterator Find(std::string_view key) const {
+    // The keyed list reports an unknown key as an invalid argument.
+    if (key.empty()) RaiseStandard(err::kInvalidCall);
+    const auto found = index_.find(ToUpper(key));
+    if (found == index_.end()) RaiseStandard(err::kInvalidCall);
+    return found;
+  }
+  size_t Locate(int32_t position) const {
+    if (position < 1 || position > Count()) RaiseStandard(err::kSubscriptOutOfRange);
+    return static_cast<size_t>(position - 1);
+  }
+  size_t Locate(std::string_view key) const {
+    const auto found = Find(key);
+    for (size_t i = 0; i < entries_.size(); ++i) {
+      if (entries_[i].folded_key == found->first) return i;
+    }
+    RaiseStandard(err::kInvalidCall);  // unreachable: every index entry has its element
+  }
+  size_t Locate(const IndexOrKey& index_or_key) const {
+    if (const auto* position = std::get_if<int32_t>(&index_or_key)) return Locate(*position);
+    return Locate(std::string_view(std::get<std::string>(index_or_key)));
+  }
+  void Erase(size_t i) {
+    if (!entries_[i].folded_key.empty()) index_.erase(entries_[i].folded_key);
+    entries_.erase(entries_.begin() + static_cast<std::ptrdiff_t>(i));
+  }
+
+  std::vector<Entry> entries_;
+  Index index_;
+};
+
+}  // namespace kdzv
+
+#endif  // KDZV_UTIL_KEYED_COLLECTION_H_

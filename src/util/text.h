@@ -1,0 +1,22 @@
+// Text helpers for UTF-8 strings.
+//
+// Case-insensitive comparisons fold ASCII letters and the Latin-1 letters
+// (so "Ä" equals "ä"); other characters compare as they are.
+#ifndef KDZV_UTIL_TEXT_H_
+#define KDZV_UTIL_TEXT_H_
+
+#include <string>
+#include <string_view>
+
+namespace kdzv {
+
+std::string ToUpper(std::string_view text);
+std::string ToLower(std::string_view text);
+bool EqualsIgnoreCase(std::string_view a, std::string_view b);
+
+// Removes leading and trailing blanks, tabs, CR and LF.
+std::string_view Trim(std::string_view text);
+
+}  // namespace kdzv
+
+#endif  // KDZV_UTIL_TEXT_H_

@@ -1,0 +1,150 @@
+#include "util/keyed_collection.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace kdzv {
+namespace {
+
+struct Thing {
+  int value = 0;
+};
+
+std::shared_ptr<Thing> Make(int value) { return std::make_shared<Thing>(Thing{value}); }
+
+// Runs `action` and answers the number of the error it raised (0: none).
+template <class F>
+int32_t ErrorNumberOf(F&& action) {
+  try {
+    action();
+  } catch (const Error& e) {
+    return e.number();
+  }
+  return 0;
+}
+
+TEST(KeyedCollection, NewCollectionIsEmpty) {
+  KeyedCollection<Thing> c;
+  EXPECT_EQ(c.Count(), 0);
+  EXPECT_EQ(c.begin(), c.end());
+}
+
+TEST(KeyedCollection, PositionsStartAtOneInInsertionOrder) {
+  KeyedCollection<Thing> c;
+  c.Add(Make(10));
+  c.Add(Make(20), "b");
+  c.Add(Make(30));
+  ASSERT_EQ(c.Count(), 3);
+  EXPECT_EQ(c.Item(1)->value, 10);
+  EXPECT_EQ(c.Item(2)->value, 20);
+  EXPECT_EQ(c.Item(3)->value, 30);
+  std::vector<int> seen;
+  for (const auto& item : c) seen.push_back(item->value);
+  EXPECT_EQ(seen, (std::vector<int>{10, 20, 30}));
+}
+
+TEST(KeyedCollection, PositionOutsideRangeIsSubscriptOutOfRange) {
+  KeyedCollection<Thing> c;
+  EXPECT_EQ(ErrorNumberOf([&] { c.Item(1); }), 9);
+  c.Add(Make(1));
+  EXPECT_EQ(ErrorNumberOf([&] { c.Item(0); }), 9);
+  EXPECT_EQ(ErrorNumberOf([&] { c.Item(2); }), 9);
+  EXPECT_EQ(ErrorNumberOf([&] { c.Item(-1); }), 9);
+  EXPECT_EQ(ErrorNumberOf([&] { c.Remove(2); }), 9);
+  try {
+    c.Item(5);
+    FAIL();
+  } catch (const Error& e) {
+    EXPECT_EQ(e.description(), "Subscript out of range");
+  }
+}
+
+TEST(KeyedCollection, UnknownKeyIsInvalidProcedureCall) {
+  KeyedCollection<Thing> c;
+  c.Add(Make(1), "known");
+  EXPECT_EQ(ErrorNumberOf([&] { c.Item("unknown"); }), 5);
+  EXPECT_EQ(ErrorNumberOf([&] { c.Remove("unknown"); }), 5);
+  try {
+    c.Item(IndexOrKey(std::string("nope")));
+    FAIL();
+  } catch (const Error& e) {
+    EXPECT_EQ(e.number(), 5);
+    EXPECT_EQ(e.description(), "Invalid procedure call or argument");
+  }
+}
+
+TEST(KeyedCollection, KeysAreComparedWithoutRegardToCase) {
+  KeyedCollection<Thing> c;
+  auto added = c.Add(Make(7), "Müller");
+  EXPECT_EQ(c.Item("MÜLLER").get(), added.get());
+  EXPECT_EQ(c.Item("müller").get(), added.get());
+  EXPECT_TRUE(c.Contains("mÜller"));
+}
+
+TEST(KeyedCollection, DuplicateKeyRaises457AndKeepsTheCollection) {
+  KeyedCollection<Thing> c;
+  c.Add(Make(1), "key");
+  try {
+    c.Add(Make(2), "KEY");
+    FAIL();
+  } catch (const Error& e) {
+    EXPECT_EQ(e.number(), 457);
+    EXPECT_EQ(e.description(),
+              "This key is already associated with an element of this collection");
+  }
+  EXPECT_EQ(c.Count(), 1);
+  EXPECT_EQ(c.Item("key")->value, 1);
+}
+
+TEST(KeyedCollection, EmptyKeyNeverFailsAndEqualRecordsAreKept) {
+  KeyedCollection<Thing> c;
+  c.Add(Make(1));
+  c.Add(Make(1), "");
+  c.Add(Make(1));
+  EXPECT_EQ(c.Count(), 3);
+}
+
+TEST(KeyedCollection, ItemByIndexOrKeyVariant) {
+  KeyedCollection<Thing> c;
+  c.Add(Make(1), "a");
+  c.Add(Make(2), "b");
+  EXPECT_EQ(c.Item(IndexOrKey(2))->value, 2);
+  EXPECT_EQ(c.Item(IndexOrKey(std::string("A")))->value, 1);
+}
+
+TEST(KeyedCollection, RemoveByPositionAndKeyRenumbers) {
+  KeyedCollection<Thing> c;
+  c.Add(Make(1), "a");
+  c.Add(Make(2), "b");
+  c.Add(Make(3), "c");
+  c.Remove("B");
+  ASSERT_EQ(c.Count(), 2);
+  EXPECT_EQ(c.Item(2)->value, 3);
+  EXPECT_FALSE(c.Contains("b"));
+  c.Add(Make(4), "b");  // the key is free again
+  c.Remove(1);
+  EXPECT_EQ(c.Item(1)->value, 3);
+  EXPECT_EQ(c.Item("b")->value, 4);
+  EXPECT_EQ(ErrorNumberOf([&] { c.Item("a"); }), 5);
+}
+
+TEST(KeyedCollection, TheSameObjectComesBack) {
+  KeyedCollection<Thing> c;
+  auto thing = Make(5);
+  c.Add(thing, "x");
+  thing->value = 6;
+  EXPECT_EQ(c.Item("x")->value, 6);
+  EXPECT_EQ(c.Item(1).get(), thing.get());
+}
+
+TEST(KeyedCollection, NullItemIsRefused) {
+  KeyedCollection<Thing> c;
+  EXPECT_EQ(ErrorNumberOf([&] { c.Add(nullptr); }), 5);
+  EXPECT_EQ(c.Count(), 0);
+}
+
+}  // namespace
+}  // namespace kdzv
