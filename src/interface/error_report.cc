@@ -27,7 +27,7 @@ void ReportError(const ErrorInfo& error, std::string_view module, std::string_vi
     return;
   }
   if (UserInterface* ui = process::MessageBoxes()) {
-    ui->MessageBox("Es ist der folgende Fehler aufgetreten:\r\n" + text,
+    ui->ShowMessageBox("Es ist der folgende Fehler aufgetreten:\r\n" + text,
                    msgbox::kOkOnly | msgbox::kCritical, "kdZentavo");
   }
 }

@@ -27,7 +27,7 @@ class UserInterface {
  public:
   virtual ~UserInterface() = default;
   // Shows `text` with the buttons and icon of `style`; returns the answer.
-  virtual int32_t MessageBox(std::string_view text, int32_t style, std::string_view title) = 0;
+  virtual int32_t ShowMessageBox(std::string_view text, int32_t style, std::string_view title) = 0;
 };
 
 }  // namespace kdzv

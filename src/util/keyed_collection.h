@@ -60,6 +60,8 @@ class KeyedCollection {
 
   const Pointer& Item(int32_t position) const { return entries_[Locate(position)].item; }
   const Pointer& Item(std::string_view key) const { return Find(key)->second; }
+  const Pointer& Item(const char* key) const { return Item(std::string_view(key)); }
+  const Pointer& Item(const std::string& key) const { return Item(std::string_view(key)); }
   const Pointer& Item(const IndexOrKey& index_or_key) const {
     if (const auto* position = std::get_if<int32_t>(&index_or_key)) return Item(*position);
     return Item(std::string_view(std::get<std::string>(index_or_key)));
@@ -72,6 +74,8 @@ class KeyedCollection {
 
   void Remove(int32_t position) { Erase(Locate(position)); }
   void Remove(std::string_view key) { Erase(Locate(key)); }
+  void Remove(const char* key) { Remove(std::string_view(key)); }
+  void Remove(const std::string& key) { Remove(std::string_view(key)); }
   void Remove(const IndexOrKey& index_or_key) { Erase(Locate(index_or_key)); }
 
   void Clear() {

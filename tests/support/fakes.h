@@ -22,7 +22,7 @@ class RecordingUserInterface : public UserInterface {
     int32_t style;
     std::string title;
   };
-  int32_t MessageBox(std::string_view text, int32_t style, std::string_view title) override {
+  int32_t ShowMessageBox(std::string_view text, int32_t style, std::string_view title) override {
     boxes.push_back(Box{std::string(text), style, std::string(title)});
     return answer;
   }

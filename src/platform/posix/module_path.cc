@@ -23,7 +23,7 @@ std::string RealPath(const char* path) {
 void Anchor() {}
 
 struct Search {
-  uintptr_t address;
+  uintptr_t address = 0;
   bool found = false;
   std::string name;  // empty for the main program
 };
@@ -47,7 +47,8 @@ int VisitObject(dl_phdr_info* info, size_t, void* data) {
 }  // namespace
 
 std::string ComponentModulePath() {
-  Search search{reinterpret_cast<uintptr_t>(&Anchor)};
+  Search search;
+  search.address = reinterpret_cast<uintptr_t>(&Anchor);
   ::dl_iterate_phdr(&VisitObject, &search);
   if (search.found && !search.name.empty()) {
     std::string path = RealPath(search.name.c_str());

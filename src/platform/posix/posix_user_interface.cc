@@ -22,7 +22,7 @@ std::string ForTerminal(std::string_view text) {
 
 PosixUserInterface::PosixUserInterface(std::FILE* out, std::FILE* in) : out_(out), in_(in) {}
 
-int32_t PosixUserInterface::MessageBox(std::string_view text, int32_t style,
+int32_t PosixUserInterface::ShowMessageBox(std::string_view text, int32_t style,
                                        std::string_view title) {
   const int32_t buttons = style & 0x0F;
   std::fprintf(out_, "[%.*s] %s\n", static_cast<int>(title.size()), title.data(),

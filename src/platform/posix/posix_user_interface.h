@@ -15,7 +15,7 @@ class PosixUserInterface : public UserInterface {
  public:
   // Writes to `out` and reads answers from `in` (a terminal or not).
   PosixUserInterface(std::FILE* out, std::FILE* in);
-  int32_t MessageBox(std::string_view text, int32_t style, std::string_view title) override;
+  int32_t ShowMessageBox(std::string_view text, int32_t style, std::string_view title) override;
 
  private:
   std::FILE* out_;

@@ -28,7 +28,7 @@ std::string ComponentModulePath() {
     if (length == 0) return {};
     if (length < buffer.size()) {
       buffer.resize(length);
-      return Narrow(buffer);
+      return win32::Narrow(buffer);
     }
     buffer.resize(buffer.size() * 2);  // truncated: try a larger buffer
   }

@@ -30,7 +30,7 @@ std::vector<std::string> ProgramArguments(int, char**) {
   int count = 0;
   LPWSTR* wide = ::CommandLineToArgvW(::GetCommandLineW(), &count);
   if (wide == nullptr) return args;
-  for (int i = 1; i < count; ++i) args.push_back(Narrow(wide[i]));
+  for (int i = 1; i < count; ++i) args.push_back(win32::Narrow(wide[i]));
   ::LocalFree(wide);
   // Text printed by the program is UTF-8.
   ::SetConsoleOutputCP(CP_UTF8);

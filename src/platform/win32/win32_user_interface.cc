@@ -6,7 +6,7 @@
 
 namespace kdzv::win32 {
 
-int32_t Win32UserInterface::MessageBox(std::string_view text, int32_t style,
+int32_t Win32UserInterface::ShowMessageBox(std::string_view text, int32_t style,
                                        std::string_view title) {
   // The message box styles and answers have the values of the Win32 ones.
   return ::MessageBoxW(::GetActiveWindow(), Widen(text).c_str(), Widen(title).c_str(),

@@ -8,7 +8,7 @@ namespace kdzv::win32 {
 
 class Win32UserInterface : public UserInterface {
  public:
-  int32_t MessageBox(std::string_view text, int32_t style, std::string_view title) override;
+  int32_t ShowMessageBox(std::string_view text, int32_t style, std::string_view title) override;
 };
 
 }  // namespace kdzv::win32

@@ -35,7 +35,7 @@ class PosixUserInterfaceTest : public ::testing::Test {
 
 TEST_F(PosixUserInterfaceTest, OkBoxIsPrintedAndAnsweredOk) {
   PosixUserInterface ui(out_, in_);
-  EXPECT_EQ(ui.MessageBox("Es ist der folgende Fehler aufgetreten:\r\n5/x", 16, "kdZentavo"),
+  EXPECT_EQ(ui.ShowMessageBox("Es ist der folgende Fehler aufgetreten:\r\n5/x", 16, "kdZentavo"),
             msgbox::kOk);
   EXPECT_EQ(Printed(), "[kdZentavo] Es ist der folgende Fehler aufgetreten:\n5/x\n");
 }
@@ -44,14 +44,14 @@ TEST_F(PosixUserInterfaceTest, QuestionWithoutTerminalIsAnsweredNoAtOnce) {
   std::fputs("j\n", in_);  // even a waiting answer is not read
   std::rewind(in_);
   PosixUserInterface ui(out_, in_);
-  EXPECT_EQ(ui.MessageBox("Abbrechen?", msgbox::kYesNo | msgbox::kQuestion, "kdZentavo"),
+  EXPECT_EQ(ui.ShowMessageBox("Abbrechen?", msgbox::kYesNo | msgbox::kQuestion, "kdZentavo"),
             msgbox::kNo);
 }
 
 TEST_F(PosixUserInterfaceTest, NoInputStreamNeverBlocks) {
   PosixUserInterface ui(out_, nullptr);
-  EXPECT_EQ(ui.MessageBox("?", msgbox::kYesNo, "t"), msgbox::kNo);
-  EXPECT_EQ(ui.MessageBox("?", 1, "t"), msgbox::kCancel);
+  EXPECT_EQ(ui.ShowMessageBox("?", msgbox::kYesNo, "t"), msgbox::kNo);
+  EXPECT_EQ(ui.ShowMessageBox("?", 1, "t"), msgbox::kCancel);
 }
 
 }  // namespace
