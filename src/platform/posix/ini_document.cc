@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "platform/posix/errno_error.h"
+#include "platform/posix/unique_fd.h"
 #include "util/error.h"
 #include "util/text.h"
 
@@ -21,31 +22,6 @@ namespace {
 constexpr std::string_view kBom = "\xEF\xBB\xBF";
 constexpr const char* kLoadSource = "IniDocument.Load";
 constexpr const char* kSaveSource = "IniDocument.Save";
-
-// Closes the descriptor when it goes out of scope.
-class FileDescriptor {
- public:
-  explicit FileDescriptor(int fd = -1) : fd_(fd) {}
-  ~FileDescriptor() {
-    if (fd_ >= 0) ::close(fd_);
-  }
-  FileDescriptor(const FileDescriptor&) = delete;
-  FileDescriptor& operator=(const FileDescriptor&) = delete;
-  int get() const { return fd_; }
-  void reset(int fd) {
-    if (fd_ >= 0) ::close(fd_);
-    fd_ = fd;
-  }
-  // Closes now and answers the result of close().
-  int Close() {
-    const int result = ::close(fd_);
-    fd_ = -1;
-    return result;
-  }
-
- private:
-  int fd_;
-};
 
 // Removes the temporary file of a save unless the save went through.
 class TempFileGuard {
@@ -118,7 +94,7 @@ void WriteAll(int fd, std::string_view bytes) {
 
 // Makes the rename in `folder` durable.
 void SyncFolder(const std::string& folder) {
-  FileDescriptor dir(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  UniqueFd dir(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (dir.get() < 0) RaiseFileError(errno, kSaveSource);
   // Some file systems cannot sync a folder (EINVAL); their renames are as
   // durable as they get.
@@ -175,7 +151,7 @@ IniDocument IniDocument::Parse(std::string_view text) {
 }
 
 IniDocument IniDocument::Load(const std::string& path) {
-  FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
   if (file.get() < 0) {
     // A file that does not exist reads as an empty one, also when its folder
     // is missing.
@@ -343,7 +319,7 @@ void IniDocument::Save(const std::string& path, bool create_folders) const {
 
   const std::string text = Serialize(line_end_);
   TempFileGuard guard;
-  FileDescriptor file;
+  UniqueFd file;
   std::string temp;
   for (int attempt = 0; file.get() < 0; ++attempt) {
     temp = folder + "/." + target_path.filename().string() + "." + TempSuffix() + ".tmp";

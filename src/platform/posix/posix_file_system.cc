@@ -8,30 +8,10 @@
 #include <string>
 
 #include "platform/posix/errno_error.h"
+#include "platform/posix/unique_fd.h"
 
 namespace kdzv::posix {
 namespace {
-
-// Closes the descriptor when it goes out of scope.
-class FileDescriptor {
- public:
-  explicit FileDescriptor(int fd) : fd_(fd) {}
-  ~FileDescriptor() {
-    if (fd_ >= 0) ::close(fd_);
-  }
-  FileDescriptor(const FileDescriptor&) = delete;
-  FileDescriptor& operator=(const FileDescriptor&) = delete;
-  int get() const { return fd_; }
-  // Closes now and answers the result of close().
-  int Close() {
-    const int result = ::close(fd_);
-    fd_ = -1;
-    return result;
-  }
-
- private:
-  int fd_;
-};
 
 // Whether the folder part of `path` is missing (for "Path not found").
 bool FolderMissing(const std::string& path) {
@@ -46,7 +26,7 @@ bool FolderMissing(const std::string& path) {
 
 void PosixFileSystem::AppendToFile(std::string_view path_view, std::string_view bytes) {
   const std::string path(path_view);
-  FileDescriptor file(::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644));
+  UniqueFd file(::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644));
   if (file.get() < 0) {
     const int error = errno;
     RaiseFileError(error, "AppendToFile", error == ENOENT && FolderMissing(path));
