@@ -81,21 +81,31 @@ int32_t FakeRegistry::OpenKey(RegistryRoot root, std::string_view path, uint32_t
   return result;
 }
 
+FakeRegistry::Key* FakeRegistry::Lookup(Handle key, uint32_t right, int32_t* code) {
+  const auto it = handles_.find(key);
+  if (it == handles_.end()) {
+    *code = reg::kInvalidHandle;
+    return nullptr;
+  }
+  if ((it->second.access & right) == 0) {
+    *code = reg::kAccessDenied;
+    return nullptr;
+  }
+  const auto found = keys_.find(KeyId{it->second.root, it->second.folded_path});
+  if (found == keys_.end()) {
+    *code = 1018;  // ERROR_KEY_DELETED
+    return nullptr;
+  }
+  return &found->second;
+}
+
 int32_t FakeRegistry::QueryMaxValueLength(Handle key, size_t* bytes) {
   int32_t result = Injected(Op::kQueryMaxValueLength);
   if (result == 0) {
-    const auto it = handles_.find(key);
-    if (it == handles_.end()) {
-      result = reg::kInvalidHandle;
-    } else if ((it->second.access & kQueryRight) == 0) {
-      result = reg::kAccessDenied;
-    } else {
+    if (const Key* stored = Lookup(key, kQueryRight, &result)) {
       size_t longest = 0;
-      const auto found = keys_.find(KeyId{it->second.root, it->second.folded_path});
-      if (found != keys_.end()) {
-        for (const auto& [folded, value] : found->second.values) {
-          longest = std::max(longest, value.second.size() + 1);
-        }
+      for (const auto& [folded, value] : stored->values) {
+        longest = std::max(longest, value.second.size() + 1);
       }
       *bytes = longest;
     }
@@ -108,25 +118,14 @@ int32_t FakeRegistry::QueryValue(Handle key, std::string_view name, size_t buffe
                                  std::string* data) {
   int32_t result = Injected(Op::kQueryValue);
   if (result == 0) {
-    const auto it = handles_.find(key);
-    if (it == handles_.end()) {
-      result = reg::kInvalidHandle;
-    } else if ((it->second.access & kQueryRight) == 0) {
-      result = reg::kAccessDenied;
-    } else {
-      const auto found = keys_.find(KeyId{it->second.root, it->second.folded_path});
-      const Key* stored = found == keys_.end() ? nullptr : &found->second;
-      const std::pair<std::string, std::string>* value = nullptr;
-      if (stored != nullptr) {
-        const auto named = stored->values.find(ToUpper(name));
-        if (named != stored->values.end()) value = &named->second;
-      }
-      if (value == nullptr) {
+    if (const Key* stored = Lookup(key, kQueryRight, &result)) {
+      const auto named = stored->values.find(ToUpper(name));
+      if (named == stored->values.end()) {
         result = reg::kFileNotFound;
-      } else if (value->second.size() + 1 > buffer_bytes) {
+      } else if (named->second.second.size() + 1 > buffer_bytes) {
         result = reg::kMoreData;
       } else {
-        *data = value->second;
+        *data = named->second.second;
       }
     }
   }
@@ -139,19 +138,12 @@ int32_t FakeRegistry::SetValue(Handle key, std::string_view name, std::string_vi
   int32_t result = Injected(Op::kSetValue);
   if (result == 0) {
     const auto it = handles_.find(key);
-    if (it == handles_.end()) {
-      result = reg::kInvalidHandle;
-    } else if ((it->second.access & kSetRight) == 0 || read_only_.count(it->second.root) != 0) {
+    if (it != handles_.end() && read_only_.count(it->second.root) != 0) {
       result = reg::kAccessDenied;
-    } else {
-      const auto found = keys_.find(KeyId{it->second.root, it->second.folded_path});
-      if (found == keys_.end()) {
-        result = 1018;  // ERROR_KEY_DELETED
-      } else {
-        auto& slot = found->second.values[ToUpper(name)];
-        if (slot.first.empty()) slot.first = std::string(name);
-        slot.second = std::string(data);
-      }
+    } else if (Key* stored = Lookup(key, kSetRight, &result)) {
+      auto& slot = stored->values[ToUpper(name)];
+      if (slot.first.empty()) slot.first = std::string(name);
+      slot.second = std::string(data);
     }
   }
   calls.push_back(

@@ -97,6 +97,10 @@ class FakeRegistry : public RegistryBackend {
   int32_t Make(RegistryRoot root, std::string_view path);
   Handle NewHandle(RegistryRoot root, std::string_view path, uint32_t access);
   int32_t Open(Op op, RegistryRoot root, std::string_view path, uint32_t access, Handle* key);
+  // The existing key behind `key` when it was opened with `right`;
+  // otherwise nullptr and in `code` the answer: 6 for an unknown handle,
+  // 5 without the right, 1018 for a key deleted meanwhile.
+  Key* Lookup(Handle key, uint32_t right, int32_t* code);
 
   std::map<KeyId, Key> keys_;
   std::map<Handle, OpenKeyInfo> handles_;

@@ -366,14 +366,29 @@ int32_t FileRegistry::OpenKey(RegistryRoot root, std::string_view path, uint32_t
   return Open(root, path, access, false, key);
 }
 
-int32_t FileRegistry::QueryMaxValueLength(Handle key, size_t* bytes) {
+const FileRegistry::OpenKeyInfo* FileRegistry::Lookup(Handle key, uint32_t right,
+                                                      int32_t* code) const {
   const auto it = handles_.find(key);
-  if (it == handles_.end()) return reg::kInvalidHandle;
-  if ((it->second.access & kQueryRight) == 0) return reg::kAccessDenied;
-  const OpenKeyInfo& info = it->second;
+  if (it == handles_.end()) {
+    *code = reg::kInvalidHandle;
+    return nullptr;
+  }
+  if ((it->second.access & right) == 0) {
+    *code = reg::kAccessDenied;
+    return nullptr;
+  }
+  return &it->second;
+}
+
+int32_t FileRegistry::QueryMaxValueLength(Handle key, size_t* bytes) {
+  int32_t code = reg::kSuccess;
+  const OpenKeyInfo* opened = Lookup(key, kQueryRight, &code);
+  if (opened == nullptr) return code;
+  const OpenKeyInfo& info = *opened;
   return Guarded([&]() -> int32_t {
     const Location where = Locate(RootFolder(info.root), SplitPath(info.path));
     const IniDocument document = IniDocument::Load(where.file);
+    if (!document.HasSection(where.section) && !HasSubKeys(where)) return kKeyDeleted;
     size_t longest = 0;
     for (const std::string& name : document.Keys(where.section)) {
       if (const auto value = document.Get(where.section, name)) {
@@ -387,13 +402,15 @@ int32_t FileRegistry::QueryMaxValueLength(Handle key, size_t* bytes) {
 
 int32_t FileRegistry::QueryValue(Handle key, std::string_view name, size_t buffer_bytes,
                                  std::string* data) {
-  const auto it = handles_.find(key);
-  if (it == handles_.end()) return reg::kInvalidHandle;
-  if ((it->second.access & kQueryRight) == 0) return reg::kAccessDenied;
-  const OpenKeyInfo& info = it->second;
+  int32_t code = reg::kSuccess;
+  const OpenKeyInfo* opened = Lookup(key, kQueryRight, &code);
+  if (opened == nullptr) return code;
+  const OpenKeyInfo& info = *opened;
   return Guarded([&]() -> int32_t {
     const Location where = Locate(RootFolder(info.root), SplitPath(info.path));
-    const auto stored = IniDocument::Load(where.file).Get(where.section, EncodeName(name));
+    const IniDocument document = IniDocument::Load(where.file);
+    if (!document.HasSection(where.section) && !HasSubKeys(where)) return kKeyDeleted;
+    const auto stored = document.Get(where.section, EncodeName(name));
     if (!stored) return reg::kFileNotFound;
     std::string value = Decode(*stored);
     if (value.size() + 1 > buffer_bytes) return reg::kMoreData;
@@ -403,10 +420,10 @@ int32_t FileRegistry::QueryValue(Handle key, std::string_view name, size_t buffe
 }
 
 int32_t FileRegistry::SetValue(Handle key, std::string_view name, std::string_view data) {
-  const auto it = handles_.find(key);
-  if (it == handles_.end()) return reg::kInvalidHandle;
-  if ((it->second.access & kSetRight) == 0) return reg::kAccessDenied;
-  const OpenKeyInfo& info = it->second;
+  int32_t code = reg::kSuccess;
+  const OpenKeyInfo* opened = Lookup(key, kSetRight, &code);
+  if (opened == nullptr) return code;
+  const OpenKeyInfo& info = *opened;
   return Guarded([&]() -> int32_t {
     const Location where = Locate(RootFolder(info.root), SplitPath(info.path));
     IniDocument document = IniDocument::Load(where.file);

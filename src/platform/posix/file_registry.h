@@ -40,7 +40,7 @@
 // key opened without read rights, a set without write rights; deleting a key
 // that has sub-keys), 6 unknown handle, 123 invalid key part, 234 value
 // longer than the buffer, 112 disk full, 206 name too long, 8 out of memory,
-// 1018 a set on a key deleted meanwhile, 1016 other I/O failures.
+// 1018 a read or set on a key deleted meanwhile, 1016 other I/O failures.
 //
 // Every change rewrites its file atomically (a temporary file beside it,
 // renamed over it). An emptied file is removed, and so are the folders
@@ -102,6 +102,9 @@ class FileRegistry : public RegistryBackend {
 
   int32_t Open(RegistryRoot root, std::string_view path, uint32_t access, bool create,
                Handle* key);
+  // The open key behind `key` when it was opened with `right`; otherwise
+  // nullptr and the result to answer in `code`.
+  const OpenKeyInfo* Lookup(Handle key, uint32_t right, int32_t* code) const;
 
   Roots roots_;
   std::map<Handle, OpenKeyInfo> handles_;

@@ -31,49 +31,20 @@ class Win32RegistryTest : public ::testing::Test {
   Win32Registry registry;
 };
 
-TEST_F(Win32RegistryTest, ValuesRoundTripAsUtf8) {
+TEST_F(Win32RegistryTest, ClosedKeysAreLetGo) {
   RegistryBackend::Handle key = 0;
   ASSERT_EQ(registry.CreateKey(kUser, base + "\\Section", reg::kKeyWrite, &key), 0);
-  EXPECT_NE(key, 0u);
-  const std::string text = "Grüße \xE2\x9C\x93 \xF0\x9F\x98\x80 C:\\Daten";
-  EXPECT_EQ(registry.SetValue(key, "Name", text), 0);
-  EXPECT_EQ(registry.SetValue(key, "Empty", ""), 0);
-  EXPECT_EQ(registry.SetValue(key, "Padded", "  x  "), 0);
+  RegistryBackend::Handle again = 0;
+  ASSERT_EQ(registry.OpenKey(kUser, base + "\\SECTION", reg::kKeyRead, &again), 0);
+  EXPECT_EQ(registry.OpenHandleCount(), 2u);
   EXPECT_EQ(registry.CloseKey(key), 0);
-
-  ASSERT_EQ(registry.OpenKey(kUser, base + "\\SECTION", reg::kKeyRead, &key), 0);
-  size_t longest = 0;
-  ASSERT_EQ(registry.QueryMaxValueLength(key, &longest), 0);
-  EXPECT_GE(longest, text.size() + 1);
-  std::string value;
-  EXPECT_EQ(registry.QueryValue(key, "name", longest, &value), 0);
-  EXPECT_EQ(value, text);
-  EXPECT_EQ(registry.QueryValue(key, "Empty", longest, &value), 0);
-  EXPECT_EQ(value, "");
-  EXPECT_EQ(registry.QueryValue(key, "Padded", longest, &value), 0);
-  EXPECT_EQ(value, "  x  ");
-  EXPECT_EQ(registry.QueryValue(key, "Name", text.size(), &value), reg::kMoreData);
-  EXPECT_EQ(registry.QueryValue(key, "Name", text.size() + 1, &value), 0);
-  EXPECT_EQ(registry.QueryValue(key, "Missing", longest, &value), reg::kFileNotFound);
-  EXPECT_EQ(registry.CloseKey(key), 0);
+  EXPECT_EQ(registry.CloseKey(again), 0);
   EXPECT_EQ(registry.OpenHandleCount(), 0u);
 }
 
-TEST_F(Win32RegistryTest, MissingKeysAndUnknownHandles) {
-  RegistryBackend::Handle key = 5;
-  EXPECT_EQ(registry.OpenKey(kUser, base + "\\Nothing", reg::kKeyRead, &key),
-            reg::kFileNotFound);
-  EXPECT_EQ(key, 0u);
-  EXPECT_EQ(registry.DeleteKey(kUser, base + "\\Nothing"), reg::kFileNotFound);
-  std::string value;
-  size_t longest = 0;
-  EXPECT_EQ(registry.QueryValue(99, "x", 10, &value), reg::kInvalidHandle);
-  EXPECT_EQ(registry.QueryMaxValueLength(99, &longest), reg::kInvalidHandle);
-  EXPECT_EQ(registry.SetValue(99, "x", "y"), reg::kInvalidHandle);
-  EXPECT_EQ(registry.CloseKey(99), reg::kInvalidHandle);
-}
-
-TEST_F(Win32RegistryTest, AKeyWithSubKeysIsNotDeleted) {
+// The parents created on the way stay when the key goes, as with the fake;
+// the file registry of Linux lets them go with their last sub-key.
+TEST_F(Win32RegistryTest, ParentsMadeOnTheWayStayAfterTheKey) {
   RegistryBackend::Handle key = 0;
   ASSERT_EQ(registry.CreateKey(kUser, base + "\\A\\B", reg::kKeyWrite, &key), 0);
   EXPECT_EQ(registry.CloseKey(key), 0);
