@@ -49,7 +49,8 @@ inline constexpr int32_t kDiskFull = 61;            // "Disk full"
 inline constexpr int32_t kPermissionDenied = 70;    // "Permission denied"
 inline constexpr int32_t kPathFileAccess = 75;      // "Path/File access error"
 inline constexpr int32_t kPathNotFound = 76;        // "Path not found"
-inline constexpr int32_t kDuplicateKey = 457;       // "This key is already associated with an element of this collection"
+// "This key is already associated with an element of this collection"
+inline constexpr int32_t kDuplicateKey = 457;
 // Base of the numbers a component defines for its own errors.
 inline constexpr int32_t kObjectError = -2147221504;
 }  // namespace err

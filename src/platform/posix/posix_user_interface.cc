@@ -23,7 +23,7 @@ std::string ForTerminal(std::string_view text) {
 PosixUserInterface::PosixUserInterface(std::FILE* out, std::FILE* in) : out_(out), in_(in) {}
 
 int32_t PosixUserInterface::ShowMessageBox(std::string_view text, int32_t style,
-                                       std::string_view title) {
+                                           std::string_view title) {
   const int32_t buttons = style & 0x0F;
   std::fprintf(out_, "[%.*s] %s\n", static_cast<int>(title.size()), title.data(),
                ForTerminal(text).c_str());
@@ -40,10 +40,12 @@ int32_t PosixUserInterface::ShowMessageBox(std::string_view text, int32_t style,
   std::fputs(yes_no ? "(j/N) " : "(OK/Abbruch: o/A) ", out_);
   std::fflush(out_);
   char answer[64] = {};
-  if (std::fgets(answer, sizeof answer, in_) == nullptr) return yes_no ? msgbox::kNo : msgbox::kCancel;
-  const char first = answer[0];
-  if (yes_no) return (first == 'j' || first == 'J' || first == 'y' || first == 'Y') ? msgbox::kYes
-                                                                                    : msgbox::kNo;
+  const bool answered = std::fgets(answer, sizeof answer, in_) != nullptr;
+  const char first = answered ? answer[0] : '\0';
+  if (yes_no) {
+    const bool yes = first == 'j' || first == 'J' || first == 'y' || first == 'Y';
+    return yes ? msgbox::kYes : msgbox::kNo;
+  }
   return (first == 'o' || first == 'O') ? msgbox::kOk : msgbox::kCancel;
 }
 

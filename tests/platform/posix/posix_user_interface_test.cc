@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+#include <stdlib.h>
+#include <unistd.h>
+
 #include <cstdio>
 #include <string>
 
@@ -52,6 +56,52 @@ TEST_F(PosixUserInterfaceTest, NoInputStreamNeverBlocks) {
   PosixUserInterface ui(out_, nullptr);
   EXPECT_EQ(ui.ShowMessageBox("?", msgbox::kYesNo, "t"), msgbox::kNo);
   EXPECT_EQ(ui.ShowMessageBox("?", 1, "t"), msgbox::kCancel);
+}
+
+// On a terminal the question waits for the user's answer.
+class TerminalAnswers : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    master_ = ::posix_openpt(O_RDWR | O_NOCTTY);
+    ASSERT_GE(master_, 0);
+    ASSERT_EQ(::grantpt(master_), 0);
+    ASSERT_EQ(::unlockpt(master_), 0);
+    terminal_ = std::fopen(::ptsname(master_), "r");
+    ASSERT_NE(terminal_, nullptr);
+    out_ = std::fopen(dir_.File("out").c_str(), "w+");
+    ASSERT_NE(out_, nullptr);
+  }
+  void TearDown() override {
+    if (terminal_ != nullptr) std::fclose(terminal_);
+    if (out_ != nullptr) std::fclose(out_);
+    if (master_ >= 0) ::close(master_);
+  }
+  // Types `line` on the terminal, then asks.
+  int32_t Ask(const char* line, int32_t style) {
+    const ssize_t length = static_cast<ssize_t>(std::char_traits<char>::length(line));
+    EXPECT_EQ(::write(master_, line, static_cast<size_t>(length)), length);
+    PosixUserInterface ui(out_, terminal_);
+    return ui.ShowMessageBox("Wollen Sie abbrechen?", style, "kdZentavo");
+  }
+
+  test::TempDir dir_;
+  int master_ = -1;
+  std::FILE* terminal_ = nullptr;
+  std::FILE* out_ = nullptr;
+};
+
+TEST_F(TerminalAnswers, JaIsYes) {
+  EXPECT_EQ(Ask("j\n", msgbox::kYesNo | msgbox::kQuestion), msgbox::kYes);
+  std::fflush(out_);
+  EXPECT_EQ(test::ReadFileBytes(dir_.File("out")), "[kdZentavo] Wollen Sie abbrechen?\n(j/N) ");
+}
+
+TEST_F(TerminalAnswers, AnythingElseIsNo) {
+  EXPECT_EQ(Ask("\n", msgbox::kYesNo), msgbox::kNo);
+}
+
+TEST_F(TerminalAnswers, OkCancelQuestion) {
+  EXPECT_EQ(Ask("o\n", 1), msgbox::kOk);
 }
 
 }  // namespace
