@@ -228,6 +228,18 @@ int HexValue(char c) {
   return -1;
 }
 
+// Runs `body` on the file and section of an open key, read afresh; a key
+// deleted since it was opened answers 1018 as the registry does.
+template <class Body>
+int32_t OnOpenKey(const std::string& root_folder, const std::string& path, Body&& body) {
+  return Guarded([&]() -> int32_t {
+    const Location where = Locate(root_folder, SplitPath(path));
+    IniDocument document = IniDocument::Load(where.file);
+    if (!document.HasSection(where.section) && !HasSubKeys(where)) return kKeyDeleted;
+    return body(where, document);
+  });
+}
+
 }  // namespace
 
 std::string FileRegistry::EncodeValue(std::string_view value) {
@@ -283,8 +295,8 @@ std::string FileRegistry::Decode(std::string_view text) {
 
 FileRegistry::FileRegistry(std::string classes_root, std::string current_user_root,
                            std::string machine_root)
-    : FileRegistry(Roots{std::move(classes_root), std::move(current_user_root),
-                         std::move(machine_root)}) {}
+    : FileRegistry(
+          Roots{std::move(classes_root), std::move(current_user_root), std::move(machine_root)}) {}
 
 FileRegistry::FileRegistry(Roots roots)
     : roots_{WithoutTrailingSlash(std::move(roots.classes)),
@@ -320,8 +332,8 @@ const std::string& FileRegistry::RootFolder(RegistryRoot root) const {
   return roots_.current_user;
 }
 
-int32_t FileRegistry::Open(RegistryRoot root, std::string_view path, uint32_t access,
-                           bool create, Handle* key) {
+int32_t FileRegistry::Open(RegistryRoot root, std::string_view path, uint32_t access, bool create,
+                           Handle* key) {
   *key = 0;
   return Guarded([&]() -> int32_t {
     const Location where = Locate(RootFolder(root), SplitPath(path));
@@ -384,20 +396,17 @@ int32_t FileRegistry::QueryMaxValueLength(Handle key, size_t* bytes) {
   int32_t code = reg::kSuccess;
   const OpenKeyInfo* opened = Lookup(key, kQueryRight, &code);
   if (opened == nullptr) return code;
-  const OpenKeyInfo& info = *opened;
-  return Guarded([&]() -> int32_t {
-    const Location where = Locate(RootFolder(info.root), SplitPath(info.path));
-    const IniDocument document = IniDocument::Load(where.file);
-    if (!document.HasSection(where.section) && !HasSubKeys(where)) return kKeyDeleted;
-    size_t longest = 0;
-    for (const std::string& name : document.Keys(where.section)) {
-      if (const auto value = document.Get(where.section, name)) {
-        longest = std::max(longest, Decode(*value).size() + 1);
-      }
-    }
-    *bytes = longest;
-    return reg::kSuccess;
-  });
+  return OnOpenKey(RootFolder(opened->root), opened->path,
+                   [&](const Location& where, IniDocument& document) -> int32_t {
+                     size_t longest = 0;
+                     for (const std::string& name : document.Keys(where.section)) {
+                       if (const auto value = document.Get(where.section, name)) {
+                         longest = std::max(longest, Decode(*value).size() + 1);
+                       }
+                     }
+                     *bytes = longest;
+                     return reg::kSuccess;
+                   });
 }
 
 int32_t FileRegistry::QueryValue(Handle key, std::string_view name, size_t buffer_bytes,
@@ -405,35 +414,29 @@ int32_t FileRegistry::QueryValue(Handle key, std::string_view name, size_t buffe
   int32_t code = reg::kSuccess;
   const OpenKeyInfo* opened = Lookup(key, kQueryRight, &code);
   if (opened == nullptr) return code;
-  const OpenKeyInfo& info = *opened;
-  return Guarded([&]() -> int32_t {
-    const Location where = Locate(RootFolder(info.root), SplitPath(info.path));
-    const IniDocument document = IniDocument::Load(where.file);
-    if (!document.HasSection(where.section) && !HasSubKeys(where)) return kKeyDeleted;
-    const auto stored = document.Get(where.section, EncodeName(name));
-    if (!stored) return reg::kFileNotFound;
-    std::string value = Decode(*stored);
-    if (value.size() + 1 > buffer_bytes) return reg::kMoreData;
-    *data = std::move(value);
-    return reg::kSuccess;
-  });
+  return OnOpenKey(RootFolder(opened->root), opened->path,
+                   [&](const Location& where, IniDocument& document) -> int32_t {
+                     const auto stored = document.Get(where.section, EncodeName(name));
+                     if (!stored) return reg::kFileNotFound;
+                     std::string value = Decode(*stored);
+                     if (value.size() + 1 > buffer_bytes) return reg::kMoreData;
+                     *data = std::move(value);
+                     return reg::kSuccess;
+                   });
 }
 
 int32_t FileRegistry::SetValue(Handle key, std::string_view name, std::string_view data) {
   int32_t code = reg::kSuccess;
   const OpenKeyInfo* opened = Lookup(key, kSetRight, &code);
   if (opened == nullptr) return code;
-  const OpenKeyInfo& info = *opened;
-  return Guarded([&]() -> int32_t {
-    const Location where = Locate(RootFolder(info.root), SplitPath(info.path));
-    IniDocument document = IniDocument::Load(where.file);
-    if (!document.HasSection(where.section) && !HasSubKeys(where)) return kKeyDeleted;
-    CheckWritable(where.folder);
-    CreateFolders(where.folder);
-    document.Set(where.section, EncodeName(name), "\"" + EncodeValue(data) + "\"");
-    document.Save(where.file);
-    return reg::kSuccess;
-  });
+  return OnOpenKey(RootFolder(opened->root), opened->path,
+                   [&](const Location& where, IniDocument& document) -> int32_t {
+                     CheckWritable(where.folder);
+                     CreateFolders(where.folder);
+                     document.Set(where.section, EncodeName(name), "\"" + EncodeValue(data) + "\"");
+                     document.Save(where.file);
+                     return reg::kSuccess;
+                   });
 }
 
 int32_t FileRegistry::CloseKey(Handle key) {
