@@ -101,6 +101,10 @@ class TempDir {
   std::string path_;
 };
 
+// The names in `folder`, hidden ones included ("." and ".." left out; empty
+// when the folder does not exist).
+std::vector<std::string> FolderEntries(const std::string& folder);
+
 // The whole content of a file ("" when it does not exist).
 std::string ReadFileBytes(const std::string& path);
 void WriteFileBytes(const std::string& path, std::string_view bytes);

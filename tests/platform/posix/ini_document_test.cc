@@ -1,6 +1,5 @@
 #include "platform/posix/ini_document.h"
 
-#include <dirent.h>
 #include <sys/stat.h>
 
 #include <gtest/gtest.h>
@@ -17,19 +16,6 @@ namespace {
 using test::ReadFileBytes;
 using test::TempDir;
 using test::WriteFileBytes;
-
-// The names in `folder`, hidden ones included.
-std::vector<std::string> FolderEntries(const std::string& folder) {
-  std::vector<std::string> names;
-  DIR* dir = ::opendir(folder.c_str());
-  if (dir == nullptr) return names;
-  while (const dirent* entry = ::readdir(dir)) {
-    const std::string name = entry->d_name;
-    if (name != "." && name != "..") names.push_back(name);
-  }
-  ::closedir(dir);
-  return names;
-}
 
 // Runs `save` and answers the number of the kdzv::Error it raises (0: none).
 template <typename F>
@@ -298,7 +284,7 @@ TEST(IniDocumentTest, AtomicSaveLeavesNoTemporaryFiles) {
     doc.Set("SESSION", "LastSessionID", std::to_string(i));
     doc.Save(path);
   }
-  EXPECT_EQ(FolderEntries(dir.path()), (std::vector<std::string>{"a.cfg"}));
+  EXPECT_EQ(test::FolderEntries(dir.path()), (std::vector<std::string>{"a.cfg"}));
   EXPECT_EQ(ReadFileBytes(path), "[SESSION]\r\nLastSessionID=4\r\n");
 }
 
@@ -324,7 +310,7 @@ TEST(IniDocumentTest, SaveIntoMissingFolderRaisesPathNotFound) {
     EXPECT_EQ(e.number(), 76);
     EXPECT_EQ(e.description(), "Path not found");
   }
-  EXPECT_TRUE(FolderEntries(dir.path()).empty());
+  EXPECT_TRUE(test::FolderEntries(dir.path()).empty());
 }
 
 TEST(IniDocumentTest, SaveCreatesMissingFoldersWhenAsked) {
@@ -334,7 +320,7 @@ TEST(IniDocumentTest, SaveCreatesMissingFoldersWhenAsked) {
   const std::string path = dir.File("one/two/x.cfg");
   doc.Save(path, true);
   EXPECT_EQ(ReadFileBytes(path), "[S]\r\nk=v\r\n");
-  EXPECT_EQ(FolderEntries(dir.File("one/two")), (std::vector<std::string>{"x.cfg"}));
+  EXPECT_EQ(test::FolderEntries(dir.File("one/two")), (std::vector<std::string>{"x.cfg"}));
 }
 
 TEST(IniDocumentTest, SaveBelowARegularFileRaises) {
@@ -345,7 +331,7 @@ TEST(IniDocumentTest, SaveBelowARegularFileRaises) {
   EXPECT_NE(ErrorNumberOf([&] { doc.Save(dir.File("plain/x.cfg")); }), 0);
   EXPECT_NE(ErrorNumberOf([&] { doc.Save(dir.File("plain/x.cfg"), true); }), 0);
   EXPECT_EQ(ReadFileBytes(dir.File("plain")), "x");
-  EXPECT_EQ(FolderEntries(dir.path()), (std::vector<std::string>{"plain"}));
+  EXPECT_EQ(test::FolderEntries(dir.path()), (std::vector<std::string>{"plain"}));
 }
 
 TEST(IniDocumentTest, SaveOntoAFolderRaisesAndCleansUp) {
@@ -354,7 +340,7 @@ TEST(IniDocumentTest, SaveOntoAFolderRaisesAndCleansUp) {
   IniDocument doc;
   doc.Set("S", "k", "v");
   EXPECT_EQ(ErrorNumberOf([&] { doc.Save(dir.File("sub")); }), err::kPathFileAccess);
-  EXPECT_EQ(FolderEntries(dir.path()), (std::vector<std::string>{"sub"}));
+  EXPECT_EQ(test::FolderEntries(dir.path()), (std::vector<std::string>{"sub"}));
 }
 
 TEST(IniDocumentTest, SaveThroughASymbolicLinkReplacesItsTarget) {

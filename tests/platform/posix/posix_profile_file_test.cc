@@ -1,6 +1,5 @@
 #include "platform/posix/posix_profile_file.h"
 
-#include <dirent.h>
 
 #include <gtest/gtest.h>
 
@@ -27,18 +26,6 @@ std::unique_ptr<ProfileFile> MakePosixProfileFile() {
 INSTANTIATE_TEST_SUITE_P(PosixProfileFile, ProfileFileConformance,
                          ::testing::Values(test::ProfileFileFactory{"PosixProfileFile",
                                                                     &MakePosixProfileFile}));
-
-std::vector<std::string> FolderEntries(const std::string& folder) {
-  std::vector<std::string> names;
-  DIR* dir = ::opendir(folder.c_str());
-  if (dir == nullptr) return names;
-  while (const dirent* entry = ::readdir(dir)) {
-    const std::string name = entry->d_name;
-    if (name != "." && name != "..") names.push_back(name);
-  }
-  ::closedir(dir);
-  return names;
-}
 
 // The quotes of a default are kept here; the profile functions of Wine take
 // them away as they do from a stored value.
@@ -69,7 +56,7 @@ TEST(PosixProfileFileTest, WriteGivesWindowsLinesAndLeavesNoTemporaryFile) {
   EXPECT_EQ(ReadFileBytes(path),
             "[SESSION]\r\nLastSessionID=18\r\n[MATCHING]\r\nMethode=Leistung\r\n");
   profile.Flush(path);
-  EXPECT_EQ(FolderEntries(dir.path()), (std::vector<std::string>{"kdZentavo.cfg"}));
+  EXPECT_EQ(test::FolderEntries(dir.path()), (std::vector<std::string>{"kdZentavo.cfg"}));
 }
 
 TEST(PosixSessionNumberTest, SavedNumberIsOnDiskAndNoTemporaryFileRemains) {
@@ -82,7 +69,7 @@ TEST(PosixSessionNumberTest, SavedNumberIsOnDiskAndNoTemporaryFileRemains) {
   matching.SaveSessionID(7, path);
   EXPECT_EQ(ReadFileBytes(path),
             "; Halvex\n[MATCHING]\nMethode=Leistung\n[SESSION]\nLastSessionID=7\n");
-  EXPECT_EQ(FolderEntries(dir.path()), (std::vector<std::string>{"kdZentavo.cfg"}));
+  EXPECT_EQ(test::FolderEntries(dir.path()), (std::vector<std::string>{"kdZentavo.cfg"}));
   matching.ReadMatchingCFG(path);
   EXPECT_EQ(matching.AttrMethode, "Leistung");
   EXPECT_EQ(matching.AttrNeuerPatient, "Neuer Patient");
