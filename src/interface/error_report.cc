@@ -1,5 +1,6 @@
 #include "interface/error_report.h"
 
+#include "interface/component_log.h"
 #include "interface/process.h"
 #include "interface/user_interface.h"
 
@@ -28,7 +29,7 @@ void ReportError(const ErrorInfo& error, std::string_view module, std::string_vi
   }
   if (UserInterface* ui = process::MessageBoxes()) {
     ui->ShowMessageBox("Es ist der folgende Fehler aufgetreten:\r\n" + text,
-                   msgbox::kOkOnly | msgbox::kCritical, "kdZentavo");
+                   msgbox::kOkOnly | msgbox::kCritical, kComponentTitle);
   }
 }
 

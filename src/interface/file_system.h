@@ -13,6 +13,11 @@ class FileSystem {
   virtual ~FileSystem() = default;
   // Opens `path` for appending (creating it), writes `bytes`, closes it.
   virtual void AppendToFile(std::string_view path, std::string_view bytes) = 0;
+
+  // Creates or replaces `path` with `text` (UTF-8) converted to the system's
+  // single-byte code page: Windows-1252 on Linux, the ANSI code page on
+  // Windows. A character the code page does not hold becomes "?".
+  virtual void WriteTextFile(std::string_view path, std::string_view text) = 0;
 };
 
 }  // namespace kdzv

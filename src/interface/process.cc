@@ -8,6 +8,8 @@ namespace {
 struct Values {
   ErrorLogTarget* active_interface = nullptr;
   UserInterface* message_boxes = nullptr;
+  TimeZoneSource* time_zone = nullptr;
+  TraceSink* trace = nullptr;
   std::string log_file_path;
   std::string config_file_path;
 };
@@ -25,6 +27,10 @@ void SetActiveInterface(ErrorLogTarget* target) { Get().active_interface = targe
 UserInterface* MessageBoxes() { return Get().message_boxes; }
 void SetMessageBoxes(UserInterface* ui) { Get().message_boxes = ui; }
 
+TimeZoneSource* TimeZone() { return Get().time_zone; }
+void SetTimeZone(TimeZoneSource* zone) { Get().time_zone = zone; }
+TraceSink* Trace() { return Get().trace; }
+void SetTrace(TraceSink* sink) { Get().trace = sink; }
 const std::string& LogFilePath() { return Get().log_file_path; }
 const std::string& ConfigFilePath() { return Get().config_file_path; }
 void SetFilePaths(std::string log_file_path, std::string config_file_path) {

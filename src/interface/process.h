@@ -10,6 +10,7 @@
 
 namespace kdzv {
 
+class TimeZoneSource;
 class UserInterface;
 
 // What the error report needs of the active interface object: a log line.
@@ -22,6 +23,15 @@ class ErrorLogTarget {
 
 namespace process {
 
+// Where trace lines go: a developer's view of what the component does,
+// separate from the log.
+class TraceSink {
+ public:
+  virtual ~TraceSink() = default;
+  virtual void TraceLine(std::string_view text) = 0;
+};
+
+
 ErrorLogTarget* ActiveInterface();
 // The most recently created interface object becomes the active one; its
 // destruction clears it (nullptr).
@@ -32,6 +42,16 @@ void SetActiveInterface(ErrorLogTarget* target);
 // such a report is lost.
 UserInterface* MessageBoxes();
 void SetMessageBoxes(UserInterface* ui);
+
+// The local time zone, for the conversions of service times. Installed by
+// the platform layer (or by a test); null until then, and the conversions
+// then give the zero date.
+TimeZoneSource* TimeZone();
+void SetTimeZone(TimeZoneSource* zone);
+
+// The trace; null (no trace) unless one is installed.
+TraceSink* Trace();
+void SetTrace(TraceSink* sink);
 
 const std::string& LogFilePath();
 const std::string& ConfigFilePath();

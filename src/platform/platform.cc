@@ -7,6 +7,7 @@ namespace kdzv {
 
 void InitializeProcess() {
   process::SetMessageBoxes(&System().user_interface);
+  process::SetTimeZone(&System().time_zone);
   const ComponentPaths paths = ComponentPathsFor(ComponentModulePath(), PathSeparator());
   process::SetFilePaths(paths.log_file, paths.config_file);
 }

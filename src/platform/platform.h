@@ -37,8 +37,8 @@ std::vector<std::string> ProgramArguments(int argc, char** argv);
 char PathSeparator();
 
 // Sets the process-wide values of a freshly loaded component: message boxes
-// through the system's user interface, log and configuration file beside
-// the component's binary.
+// through the system's user interface, the system's time zone, log and
+// configuration file beside the component's binary.
 void InitializeProcess();
 
 }  // namespace kdzv

@@ -11,15 +11,21 @@ namespace kdzv::test {
 ScopedProcess::ScopedProcess()
     : saved_active_(process::ActiveInterface()),
       saved_ui_(process::MessageBoxes()),
+      saved_zone_(process::TimeZone()),
+      saved_trace_(process::Trace()),
       saved_log_path_(process::LogFilePath()),
       saved_cfg_path_(process::ConfigFilePath()) {
   process::SetActiveInterface(nullptr);
   process::SetMessageBoxes(&ui);
+  process::SetTimeZone(&zone);
+  process::SetTrace(&trace);
 }
 
 ScopedProcess::~ScopedProcess() {
   process::SetActiveInterface(saved_active_);
   process::SetMessageBoxes(saved_ui_);
+  process::SetTimeZone(saved_zone_);
+  process::SetTrace(saved_trace_);
   process::SetFilePaths(saved_log_path_, saved_cfg_path_);
 }
 

@@ -60,9 +60,19 @@ class FixedZone : public TimeZoneSource {
   int calls = 0;
 };
 
-// Installs a recording message box and no active interface for the lifetime
-// of the object, and restores the process values afterwards. Every test that
-// triggers an error report uses one, so that reports are seen, not shown.
+// Records trace lines.
+class RecordingTrace : public process::TraceSink {
+ public:
+  void TraceLine(std::string_view text) override { lines.emplace_back(text); }
+  std::vector<std::string> lines;
+};
+
+// Installs a recording message box, a recording trace, a fixed time zone
+// with the offsets of Central European time (standard -60, daylight -60
+// more; whether summer time applies is decided from the dates) and no
+// active interface for the lifetime of the object, and restores the process
+// values afterwards. Every test that triggers an error report uses one, so
+// that reports are seen, not shown.
 class ScopedProcess {
  public:
   ScopedProcess();
@@ -72,6 +82,8 @@ class ScopedProcess {
 
   RecordingUserInterface ui;
   RecordingLogTarget log;
+  RecordingTrace trace;
+  FixedZone zone{1, -60, -60};
   // Makes `log` the active interface.
   void ActivateLog() { process::SetActiveInterface(&log); }
 
@@ -81,6 +93,8 @@ class ScopedProcess {
  private:
   ErrorLogTarget* saved_active_;
   UserInterface* saved_ui_;
+  TimeZoneSource* saved_zone_;
+  process::TraceSink* saved_trace_;
   std::string saved_log_path_;
   std::string saved_cfg_path_;
 };

@@ -56,5 +56,28 @@ TEST_P(FileSystemConformance, AFileInsteadOfAFolderIsPathNotFound) {
 
 TEST_P(FileSystemConformance, EmptyPathIsAnError) { EXPECT_NE(AppendError(""), 0); }
 
+TEST_P(FileSystemConformance, WriteTextFileReplacesTheFile) {
+  const std::string path = dir.File("HX1_1.xml");
+  WriteFileBytes(path, "a much longer old content\r\n");
+  fs->WriteTextFile(path, "<a/>\r\n");
+  EXPECT_EQ(ReadFileBytes(path), "<a/>\r\n");
+}
+
+TEST_P(FileSystemConformance, WriteTextFileUsesTheSingleByteCodePage) {
+  const std::string path = dir.File("HX1_1.xml");
+  // e acute, euro sign, a with macron (not in the code page), u umlaut.
+  fs->WriteTextFile(path, "Caf\xC3\xA9 \xE2\x82\xAC \xC4\x81 \xC3\xBC");
+  EXPECT_EQ(ReadFileBytes(path), "Caf\xE9 \x80 ? \xFC");
+}
+
+TEST_P(FileSystemConformance, WriteTextFileIntoAMissingFolderIsPathNotFound) {
+  try {
+    fs->WriteTextFile(InFolder("missing", "HX1_1.xml"), "x");
+    FAIL() << "no error";
+  } catch (const Error& e) {
+    EXPECT_EQ(e.number(), 76);
+  }
+}
+
 }  // namespace
 }  // namespace kdzv::test

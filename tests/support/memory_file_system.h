@@ -19,6 +19,13 @@ class MemoryFileSystem : public FileSystem {
     if (failing != failures.end()) RaiseStandard(failing->second, "AppendToFile");
     files[std::string(path)] += bytes;
   }
+  // Keeps the text as given (UTF-8): the code page is the real systems'
+  // business.
+  void WriteTextFile(std::string_view path, std::string_view text) override {
+    const auto failing = failures.find(std::string(path));
+    if (failing != failures.end()) RaiseStandard(failing->second, "WriteTextFile");
+    files[std::string(path)] = text;
+  }
 
   std::map<std::string, std::string> files;
   std::map<std::string, int32_t> failures;  // path -> error number

@@ -9,6 +9,7 @@ namespace kdzv::posix {
 class PosixFileSystem : public FileSystem {
  public:
   void AppendToFile(std::string_view path, std::string_view bytes) override;
+  void WriteTextFile(std::string_view path, std::string_view text) override;
 };
 
 }  // namespace kdzv::posix

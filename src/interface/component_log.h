@@ -1,0 +1,25 @@
+// The three ways in which a class of the component tells about what it is
+// doing, besides the error report (interface/error_report.h):
+//
+//   LogLine:    one line in the component's log (through the active interface,
+//               so only when its logging is on);
+//   ReportLine: the same line, and then a message box with only an OK button
+//               and the component's title, which the user has to confirm;
+//   TraceLine:  a developer's trace, outside the log (see process::SetTrace).
+#ifndef KDZV_INTERFACE_COMPONENT_LOG_H_
+#define KDZV_INTERFACE_COMPONENT_LOG_H_
+
+#include <string_view>
+
+namespace kdzv {
+
+// The title of the component's message boxes.
+inline constexpr std::string_view kComponentTitle = "kdZentavo";
+
+void LogLine(std::string_view text);
+void ReportLine(std::string_view text);
+void TraceLine(std::string_view text);
+
+}  // namespace kdzv
+
+#endif  // KDZV_INTERFACE_COMPONENT_LOG_H_

@@ -1,0 +1,157 @@
+// The calendar and attribute items of a message: the service's bookable
+// calendars (one per practitioner) and the attributes of appointments and
+// of the practice (the treatment method, the insurance, ...).
+//
+// Readers (ReadFromXMLNode) match element names without regard to case and
+// tell about unknown elements with a log line and a message box, then read
+// on. Writers (CreateXMLSource) append one element to the parent and return
+// whether it and all its sub-items were written.
+#ifndef KDZV_MESSAGE_CALENDAR_ITEMS_H_
+#define KDZV_MESSAGE_CALENDAR_ITEMS_H_
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "message/xml_element.h"
+#include "util/keyed_collection.h"
+
+namespace kdzv {
+
+// A calendar: Source is its id on the sending side, Target on the receiving
+// side, Title its display name.
+class clZVCalendar {
+ public:
+  static constexpr std::string_view kModule = "clZVCalendar";
+
+  std::string Source;
+  std::string Target;
+  std::string Title;
+
+  // False for an element without children (the item stays untouched).
+  bool ReadFromXMLNode(const XmlElement& node);
+  // "Calendar" with Source, Target and, when not empty, Title.
+  bool CreateXMLSource(XmlDocument& document, XmlElement& parent) const;
+};
+
+class clZVCalendarKey {
+ public:
+  static constexpr std::string_view kModule = "clZVCalendarKey";
+
+  std::string Source;
+  std::string Target;
+
+  // "Calendar" with Source and Target.
+  bool CreateXMLSource(XmlDocument& document, XmlElement& parent) const;
+};
+
+// One value of an attribute (for the method attribute: one treatment), and
+// the calendar reference of an appointment.
+class clZVAttributeValue {
+ public:
+  static constexpr std::string_view kModule = "clZVAttributeValue";
+
+  std::string Source;
+  std::string Target;
+  std::string Title;
+
+  bool ReadFromXMLNode(const XmlElement& node);
+  // `name` with Source, Target and Title (all three always).
+  bool CreateXMLSource(XmlDocument& document, XmlElement& parent, std::string_view name) const;
+};
+
+class clZVAttributeValues : public KeyedCollection<clZVAttributeValue> {
+ public:
+  using KeyedCollection::Add;
+  // A new value with these fields, under `sKey` when it is not empty.
+  std::shared_ptr<clZVAttributeValue> Add(std::string_view Source, std::string_view Target,
+                                          std::string_view Title, std::string_view sKey = {});
+};
+
+// What an appointment's attribute list holds: an attribute with one value
+// (clZVAttribute) or with the values a message carried (clZVAttributeMulti).
+// Title is the attribute's name ("Behandlungsart").
+class clZVAttributeBase {
+ public:
+  virtual ~clZVAttributeBase() = default;
+
+  std::string Source;
+  std::string Target;
+  std::string Title;
+
+  // The attribute's value: its single value, or the first of its values;
+  // null when it has none.
+  virtual std::shared_ptr<clZVAttributeValue> FirstValue() const = 0;
+  virtual bool ReadFromXMLNode(const XmlElement& node) = 0;
+  virtual bool CreateXMLSource(XmlDocument& document, XmlElement& parent,
+                               std::string_view name) const = 0;
+};
+
+class clZVAttribute : public clZVAttributeBase {
+ public:
+  static constexpr std::string_view kModule = "clZVAttribute";
+
+  // Created with the attribute.
+  std::shared_ptr<clZVAttributeValue> Value = std::make_shared<clZVAttributeValue>();
+
+  std::shared_ptr<clZVAttributeValue> FirstValue() const override { return Value; }
+  bool ReadFromXMLNode(const XmlElement& node) override;
+  // `name` with Source, Target, Title and the value as "Value".
+  bool CreateXMLSource(XmlDocument& document, XmlElement& parent,
+                       std::string_view name) const override;
+};
+
+class clZVAttributeMulti : public clZVAttributeBase {
+ public:
+  static constexpr std::string_view kModule = "clZVAttributeMulti";
+
+  // Created with the attribute; every "Value" element read adds one.
+  std::shared_ptr<clZVAttributeValues> Values = std::make_shared<clZVAttributeValues>();
+
+  std::shared_ptr<clZVAttributeValue> FirstValue() const override;
+  bool ReadFromXMLNode(const XmlElement& node) override;
+  // `name` with Source and Target only.
+  bool CreateXMLSource(XmlDocument& document, XmlElement& parent,
+                       std::string_view name) const override;
+};
+
+// The attributes of an appointment.
+class clZVAttributes : public KeyedCollection<clZVAttributeBase> {
+ public:
+  static constexpr std::string_view kModule = "clZVAttributes";
+
+  // Each attribute as "Attribute".
+  bool CreateXMLSource(XmlDocument& document, XmlElement& parent) const;
+};
+
+// One calendar map of an answer: the command it answers and the pair of ids.
+class clZVDeleteMapCalendarItem {
+ public:
+  static constexpr std::string_view kModule = "clZVDeleteMapCalendarItem";
+
+  int32_t CmdID = 0;
+  // Created with the item.
+  std::shared_ptr<clZVCalendarKey> CalendarKey = std::make_shared<clZVCalendarKey>();
+
+  // `name` with CmdID and the key as "Calendar".
+  bool CreateXMLSource(XmlDocument& document, XmlElement& parent, std::string_view name) const;
+};
+
+class clZVMapCalendarCol : public KeyedCollection<clZVDeleteMapCalendarItem> {
+ public:
+  static constexpr std::string_view kModule = "clZVMapCalendarCol";
+
+  using KeyedCollection::Add;
+  // A map item with this command number and key pair (Source: the host's
+  // id, Target: the service's id), under `sKey` when it is not empty.
+  std::shared_ptr<clZVDeleteMapCalendarItem> Add(int32_t CmdID, std::string_view Source,
+                                                 std::string_view Target,
+                                                 std::string_view sKey = {});
+  // Each item as "Map"; stops at the first failing one.
+  bool CreateXMLSource(XmlDocument& document, XmlElement& parent) const;
+};
+
+}  // namespace kdzv
+
+#endif  // KDZV_MESSAGE_CALENDAR_ITEMS_H_

@@ -1,0 +1,123 @@
+// The header of every message and the appointment with its customer: the
+// items out of which the reader builds a received message and the command
+// processing an answer. None of them parses XML; each writes itself with
+// CreateXMLSource, which appends its element to the parent first and then
+// fills it, and returns whether the element and all its children were made.
+#ifndef KDZV_MESSAGE_TERMIN_ITEMS_H_
+#define KDZV_MESSAGE_TERMIN_ITEMS_H_
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "message/calendar_items.h"
+#include "message/xml_element.h"
+#include "util/date_time.h"
+
+namespace kdzv {
+
+// One end of an exchange: a display name and an identifier.
+class clZVSourceTargetItem {
+ public:
+  static constexpr std::string_view kModule = "clZVSourceTargetItem";
+
+  std::string LocName;
+  std::string locURI;
+
+  // `name` with LocName and LocURI.
+  bool CreateXMLSource(XmlDocument& document, XmlElement& parent, std::string_view name) const;
+};
+
+class clZVSyncHdr {
+ public:
+  static constexpr std::string_view kModule = "clZVSyncHdr";
+
+  std::string VerDTD;
+  std::string VerProto;
+  std::string SessionID;
+  int32_t MsgID = 0;
+  clZVSourceTargetItem Target;
+  clZVSourceTargetItem Source;
+
+  // "SyncHdr" with VerDTD, VerProto, SessionID, MsgID, Source and Target.
+  bool CreateXMLSource(XmlDocument& document, XmlElement& parent) const;
+};
+
+// The person who booked an appointment. DateOfBirth is the text the service
+// sent.
+class clZVCustomer {
+ public:
+  static constexpr std::string_view kModule = "clZVCustomer";
+
+  std::string Title;
+  std::string FirstName;
+  std::string LastName;
+  std::string DateOfBirth;
+  std::string Address;
+  std::string PostalCode;
+  std::string City;
+  std::string Phone;
+  std::string Email;
+
+  // "Customer" with all nine fields, empty ones included.
+  bool CreateXMLSource(XmlDocument& document, XmlElement& parent) const;
+};
+
+// One appointment, written as "VEvent".
+class clZVTermin {
+ public:
+  static constexpr std::string_view kModule = "clZVTermin";
+
+  std::string Source;
+  std::string Comment;
+  clZVCustomer Customer;
+  // The calendar the appointment lies in.
+  clZVAttributeValue Calendar;
+  bool Cancel = false;
+  bool Block = false;
+  std::string Target;
+  std::string Status;
+  // Only Source, Target and Status are written.
+  bool OnlyStatusChanged = false;
+  clZVAttributes Attributes;
+
+  // Start and end as the service's UTC text. Setting one stores the text
+  // unchanged and at once converts it to local time (the zero date when it
+  // cannot be converted).
+  const std::string& DTStart() const { return dt_start_; }
+  const std::string& DTEnd() const { return dt_end_; }
+  void SetDTStart(std::string text);
+  void SetDTEnd(std::string text);
+  DateTime StartDateTime() const { return start_; }
+  DateTime EndDateTime() const { return end_; }
+
+  // A fresh appointment with the same fields, customer, calendar reference,
+  // start and end (converted anew) and the same attribute objects;
+  // OnlyStatusChanged is not taken over.
+  std::shared_ptr<clZVTermin> Copy() const;
+
+  // "VEvent"; a failing sub-item is reported and the rest still written.
+  bool CreateXMLSource(XmlDocument& document, XmlElement& parent) const;
+
+ private:
+  std::string dt_start_;
+  std::string dt_end_;
+  DateTime start_;
+  DateTime end_;
+};
+
+// Identifies an appointment in delete and map commands.
+class clZVTerminKey {
+ public:
+  static constexpr std::string_view kModule = "clZVTerminKey";
+
+  std::string TerminKeySource;
+  std::string TerminKeyTarget;
+
+  // "VEvent" with Source and Target.
+  bool CreateXMLSource(XmlDocument& document, XmlElement& parent) const;
+};
+
+}  // namespace kdzv
+
+#endif  // KDZV_MESSAGE_TERMIN_ITEMS_H_

@@ -1,0 +1,104 @@
+#include "message/xml_element.h"
+
+#include <utility>
+
+namespace kdzv {
+
+namespace {
+
+bool IsXmlSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+
+void AppendEscaped(std::string& out, std::string_view text) {
+  size_t start = 0;
+  for (size_t i = 0; i < text.size(); ++i) {
+    const char* replacement = nullptr;
+    switch (text[i]) {
+      case '&': replacement = "&amp;"; break;
+      case '<': replacement = "&lt;"; break;
+      case '>': replacement = "&gt;"; break;
+      default: continue;
+    }
+    out.append(text.substr(start, i - start));
+    out.append(replacement);
+    start = i + 1;
+  }
+  out.append(text.substr(start));
+}
+
+void Serialize(const XmlElement& element, std::string& out) {
+  out.push_back('<');
+  out.append(element.Name());
+  if (element.Children().empty() && element.OwnText().empty()) {
+    out.append("/>");
+    return;
+  }
+  out.push_back('>');
+  const std::string& text = element.OwnText();
+  size_t used = 0;
+  for (const XmlElement& child : element.Children()) {
+    const size_t upto = child.TextOffset() < text.size() ? child.TextOffset() : text.size();
+    if (upto > used) {
+      AppendEscaped(out, std::string_view(text).substr(used, upto - used));
+      used = upto;
+    }
+    Serialize(child, out);
+  }
+  AppendEscaped(out, std::string_view(text).substr(used));
+  out.append("</");
+  out.append(element.Name());
+  out.push_back('>');
+}
+
+}  // namespace
+
+std::string XmlElement::Text() const {
+  std::string all;
+  CollectText(all);
+  size_t begin = 0;
+  size_t end = all.size();
+  while (begin < end && IsXmlSpace(all[begin])) ++begin;
+  while (end > begin && IsXmlSpace(all[end - 1])) --end;
+  if (begin == 0 && end == all.size()) return all;
+  return all.substr(begin, end - begin);
+}
+
+void XmlElement::CollectText(std::string& out) const {
+  size_t used = 0;
+  for (const XmlElement& child : children_) {
+    const size_t upto = child.TextOffset() < text_.size() ? child.TextOffset() : text_.size();
+    if (upto > used) {
+      out.append(text_, used, upto - used);
+      used = upto;
+    }
+    child.CollectText(out);
+  }
+  if (used < text_.size()) out.append(text_, used, std::string::npos);
+}
+
+XmlElement& XmlElement::AppendChild(XmlElement child) {
+  child.text_offset_ = text_.size();
+  children_.push_back(std::move(child));
+  return children_.back();
+}
+
+XmlElement XmlDocument::CreateElement(std::string_view name) { return XmlElement(std::string(name)); }
+
+XmlElement& XmlDocument::SetDocumentElement(XmlElement root) {
+  root_ = std::move(root);
+  return root_;
+}
+
+XmlElement& AppendTextElement(XmlDocument& document, XmlElement& parent, std::string_view name,
+                              std::string text) {
+  XmlElement child = document.CreateElement(name);
+  child.SetText(std::move(text));
+  return parent.AppendChild(std::move(child));
+}
+
+std::string SerializeXml(const XmlElement& element) {
+  std::string out;
+  Serialize(element, out);
+  return out;
+}
+
+}  // namespace kdzv

@@ -1,0 +1,90 @@
+// The element tree of a message: what the message reader walks and what the
+// message items build for the writer. Only elements and their character data
+// are kept; comments, processing instructions and attributes are not part of
+// a message.
+//
+// A parsed element keeps its character data and, for every child element,
+// the point in that data at which the child stood, so Text() gives all
+// character data below the element in document order.
+#ifndef KDZV_MESSAGE_XML_ELEMENT_H_
+#define KDZV_MESSAGE_XML_ELEMENT_H_
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace kdzv {
+
+class XmlElement {
+ public:
+  XmlElement() = default;
+  explicit XmlElement(std::string name) : name_(std::move(name)) {}
+
+  const std::string& Name() const { return name_; }
+
+  // All character data below this element (its own and that of every
+  // descendant, in document order) with leading and trailing white space
+  // (blank, tab, CR, LF) removed.
+  std::string Text() const;
+
+  // The element's own character data, untrimmed and without that of its
+  // children.
+  const std::string& OwnText() const { return text_; }
+
+  // Replaces the element's own character data.
+  void SetText(std::string text) { text_ = std::move(text); }
+  // Appends character data after everything appended so far.
+  void AppendText(std::string_view text) { text_.append(text); }
+
+  // Appends `child` after the existing children and returns the stored
+  // element. The reference stays valid until the next child is appended to
+  // this element.
+  XmlElement& AppendChild(XmlElement child);
+
+  const std::vector<XmlElement>& Children() const { return children_; }
+  // How much of the parent's own text came before this element.
+  size_t TextOffset() const { return text_offset_; }
+  std::vector<XmlElement>& Children() { return children_; }
+
+ private:
+  void CollectText(std::string& out) const;
+
+  std::string name_;
+  std::string text_;
+  std::vector<XmlElement> children_;
+  size_t text_offset_ = 0;
+};
+
+// Creates the elements of a message being written. Creating an element can
+// fail (raise kdzv::Error) like any call into a document library; a test
+// document uses that to make one element fail.
+class XmlDocument {
+ public:
+  virtual ~XmlDocument() = default;
+
+  virtual XmlElement CreateElement(std::string_view name);
+
+  // The root element; empty name until SetDocumentElement.
+  XmlElement& DocumentElement() { return root_; }
+  const XmlElement& DocumentElement() const { return root_; }
+  XmlElement& SetDocumentElement(XmlElement root);
+
+ private:
+  XmlElement root_;
+};
+
+// Appends to `parent` an element `name` (created by `document`) holding
+// `text` and returns it.
+XmlElement& AppendTextElement(XmlDocument& document, XmlElement& parent, std::string_view name,
+                              std::string text);
+
+// One line of markup for `element` and everything below it: no prolog, no
+// indentation, no line breaks added; an element without content written as
+// <Name/>; "&", "<" and ">" in character data escaped.
+std::string SerializeXml(const XmlElement& element);
+
+}  // namespace kdzv
+
+#endif  // KDZV_MESSAGE_XML_ELEMENT_H_

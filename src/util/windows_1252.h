@@ -1,0 +1,17 @@
+// Windows-1252, the single-byte code page of the message files written on
+// Linux (and the ANSI code page of a Western European Windows).
+#ifndef KDZV_UTIL_WINDOWS_1252_H_
+#define KDZV_UTIL_WINDOWS_1252_H_
+
+#include <string>
+#include <string_view>
+
+namespace kdzv {
+
+// UTF-8 to Windows-1252, one byte per character; a character the code page
+// does not hold, and every byte of a malformed UTF-8 sequence, becomes "?".
+std::string Utf8ToWindows1252(std::string_view utf8);
+
+}  // namespace kdzv
+
+#endif  // KDZV_UTIL_WINDOWS_1252_H_
