@@ -76,7 +76,6 @@ class clZVUpDownFile {
   void ReadTermin(const XmlElement& vevent, clZVTermin& termin);
   void ReadGet(const XmlElement& get);
   int32_t NumberCommands();
-  std::string ComposeText(const XmlDocument& document) const;
 
   XmlParser& parser_;
   FileSystem& file_system_;

@@ -1,0 +1,369 @@
+#include "message/up_down_file.h"
+
+#include <utility>
+
+#include "interface/component_log.h"
+#include "interface/error_report.h"
+#include "message/message_text.h"
+#include "util/text.h"
+#include "util/vb_convert.h"
+
+namespace kdzv {
+
+namespace {
+
+// The number in a "MsgID" or "CmdID" text: its leading decimal number,
+// rounded; 0 when the text does not start with one.
+int32_t NumberIn(const XmlElement& element) { return RoundToLong(LeadingNumber(element.Text())); }
+
+void ReportUnknown(std::string_view parent, const XmlElement& child) {
+  ReportLine("Unbekannter Knoten: " + std::string(parent) + ">" + ToLower(child.Name()));
+}
+
+void ReportUnreadable(std::string_view parent, const XmlElement& child) {
+  ReportLine("Knoten konnte nicht ausgewertet werden:" + std::string(parent) + ">" +
+             ToLower(child.Name()));
+}
+
+template <class T>
+T& Lazy(std::unique_ptr<T>& member) {
+  if (!member) member = std::make_unique<T>();
+  return *member;
+}
+
+}  // namespace
+
+clZVUpDownFile::clZVUpDownFile(XmlParser& parser, FileSystem& file_system,
+                               std::string service_host)
+    : parser_(parser), file_system_(file_system), service_host_(std::move(service_host)) {}
+
+clZVSyncHdr& clZVUpDownFile::SyncHdr() { return Lazy(header_); }
+clZVAddTerminCol& clZVUpDownFile::AddTerminCol() { return Lazy(add_termine_); }
+clZVReplaceTerminCol& clZVUpDownFile::ReplaceTerminCol() { return Lazy(replace_termine_); }
+clZVDeleteTerminCol& clZVUpDownFile::DeleteTerminCol() { return Lazy(delete_termine_); }
+clZVMapTerminCol& clZVUpDownFile::MapTerminCol() { return Lazy(map_termine_); }
+clZVAddCalendarCol& clZVUpDownFile::AddCalendarCol() { return Lazy(add_calendars_); }
+clZVMapCalendarCol& clZVUpDownFile::MapCalendarCol() { return Lazy(map_calendars_); }
+clZVAddAttributesCol& clZVUpDownFile::AddAttributesCol() { return Lazy(add_attributes_); }
+clZVReplaceOpeningTimeCol& clZVUpDownFile::ReplaceOpeningTimeCol() {
+  return Lazy(replace_opening_times_);
+}
+clZVStatusCol& clZVUpDownFile::StatusCol() { return Lazy(statuses_); }
+clZVAlertCol& clZVUpDownFile::AlertCol() { return Lazy(alerts_); }
+clZVSessionInfo& clZVUpDownFile::SessionInfo() { return Lazy(session_info_); }
+
+// ---------------------------------------------------------------------------
+// Reading
+
+void clZVUpDownFile::ReleaseReceived() {
+  // The added attributes are kept on purpose: attributes received earlier
+  // through this object stay until its owner releases them.
+  header_.reset();
+  add_termine_.reset();
+  replace_termine_.reset();
+  delete_termine_.reset();
+  map_termine_.reset();
+  alerts_.reset();
+  statuses_.reset();
+  add_calendars_.reset();
+  map_calendars_.reset();
+  session_info_.reset();
+  opening_time_requested_ = false;
+  opening_time_cmd_id_ = 0;
+}
+
+bool clZVUpDownFile::AnalyzeDownFile(std::string_view path) {
+  try {
+    ReleaseReceived();
+    file_name_ = std::string(path);
+    TraceLine("AnalyzeDownFile: " + file_name_);
+
+    std::optional<XmlElement> root = parser_.ParseFile(file_name_);
+    if (!root) {
+      LogLine("(AnalyzeOrderFile) --> Achtung: Fehler beim Lesen der Datei: " + file_name_);
+      return false;
+    }
+    if (ToUpper(root->Name()) != "SYNCML") {
+      LogLine(
+          "(AnalyzeDownFile) --> Achtung: Die einzulesende Datei entspricht nicht der erwarteten "
+          "Struktur: " +
+          file_name_);
+      return false;
+    }
+    for (const XmlElement& child : root->Children()) {
+      const std::string name = ToLower(child.Name());
+      if (name == "synchdr") {
+        ReadHeader(child);
+      } else if (name == "syncbody") {
+        ReadBody(child);
+      } else {
+        LogLine(
+            "(AnalyzeOrderFile) --> Achtung: Die einzulesende Datei enthält einen unbekannten "
+            "Knotentyp (Node): " +
+            child.Name());
+      }
+    }
+    return true;
+  } catch (...) {
+    ReportCurrentError(kModule, "AnalyzeDownFile", "File=" + std::string(path));
+    return false;
+  }
+}
+
+void clZVUpDownFile::ReadHeader(const XmlElement& header) {
+  clZVSyncHdr& hdr = SyncHdr();
+  for (const XmlElement& child : header.Children()) {
+    const std::string name = ToLower(child.Name());
+    if (name == "verdtd") {
+      hdr.VerDTD = child.Text();
+    } else if (name == "sessionid") {
+      hdr.SessionID = child.Text();
+    } else if (name == "verproto") {
+      hdr.VerProto = child.Text();
+    } else if (name == "msgid") {
+      hdr.MsgID = NumberIn(child);
+    } else if (name == "source") {
+      ReadLocation(child, hdr.Source);
+    } else if (name == "target") {
+      ReadLocation(child, hdr.Target);
+    } else {
+      ReportUnknown("synchdr", child);
+    }
+  }
+}
+
+void clZVUpDownFile::ReadLocation(const XmlElement& location, clZVSourceTargetItem& item) {
+  const std::string parent = ToLower(location.Name());
+  for (const XmlElement& child : location.Children()) {
+    const std::string name = ToLower(child.Name());
+    if (name == "locname") {
+      item.LocName = child.Text();
+    } else if (name == "locuri") {
+      item.locURI = child.Text();
+    } else {
+      ReportUnknown(parent, child);
+    }
+  }
+}
+
+void clZVUpDownFile::ReadBody(const XmlElement& body) {
+  for (const XmlElement& child : body.Children()) {
+    const std::string name = ToLower(child.Name());
+    if (name == "add" || name == "replace" || name == "delete") {
+      if (!pAnalyzeAddReplaceNode(child)) ReportUnreadable("syncbody", child);
+    } else if (name == "map") {
+      LogLine("Kommando <MAP> noch nicht unterstützt.");
+    } else if (name == "status") {
+      auto status = std::make_shared<clZVStatus>();
+      if (!status->ReadFromXMLNode(child).empty()) {
+        ReportUnreadable("syncbody", child);
+      } else {
+        StatusCol().Add(std::move(status));
+      }
+    } else if (name == "alert") {
+      clZVAlert alert;
+      alert.ReadFromXMLNode(child);
+      LogLine("ALERT: " + alert.Text);
+    } else if (name == "get") {
+      ReadGet(child);
+    } else if (name == "final") {
+      // The end marker carries nothing.
+    } else {
+      ReportUnknown("syncbody", child);
+    }
+  }
+}
+
+// The service asks for the opening times with a "Get" command that holds an
+// "OpeningTime" element.
+void clZVUpDownFile::ReadGet(const XmlElement& get) {
+  bool asks_opening_times = false;
+  int32_t cmd_id = 0;
+  for (const XmlElement& child : get.Children()) {
+    const std::string name = ToLower(child.Name());
+    if (name == "cmdid") {
+      cmd_id = NumberIn(child);
+    } else if (name == "openingtime") {
+      asks_opening_times = true;
+    } else {
+      ReportUnknown("get", child);
+    }
+  }
+  if (!asks_opening_times) {
+    ReportUnreadable("syncbody", get);
+    return;
+  }
+  opening_time_requested_ = true;
+  opening_time_cmd_id_ = cmd_id;
+}
+
+bool clZVUpDownFile::pAnalyzeAddReplaceNode(const XmlElement& command) {
+  const std::string kind = ToUpper(command.Name());
+  if (kind != "ADD" && kind != "REPLACE" && kind != "DELETE") return false;
+  const std::string parent = ToLower(command.Name());
+
+  int32_t cmd_id = 0;
+  std::shared_ptr<clZVTermin> termin;
+  std::shared_ptr<clZVCalendar> calendar;
+  std::shared_ptr<clZVAttributeMulti> attribute;
+  for (const XmlElement& child : command.Children()) {
+    const std::string name = ToLower(child.Name());
+    if (name == "cmdid") {
+      cmd_id = NumberIn(child);
+    } else if (name == "vevent") {
+      termin = std::make_shared<clZVTermin>();
+      ReadTermin(child, *termin);
+    } else if (name == "calendar") {
+      auto read = std::make_shared<clZVCalendar>();
+      if (read->ReadFromXMLNode(child)) calendar = std::move(read);
+    } else if (name == "attribute") {
+      auto read = std::make_shared<clZVAttributeMulti>();
+      if (read->ReadFromXMLNode(child)) attribute = std::move(read);
+    } else {
+      ReportUnknown(parent, child);
+    }
+  }
+
+  bool stored = false;
+  if (termin) {
+    if (kind == "ADD") {
+      AddTerminCol().Add(*termin, cmd_id);
+    } else if (kind == "REPLACE") {
+      ReplaceTerminCol().Add(termin, cmd_id, false);
+    } else {
+      clZVTerminKey key;
+      key.TerminKeySource = termin->Source;
+      key.TerminKeyTarget = termin->Target;
+      DeleteTerminCol().Add(key, cmd_id);
+    }
+    stored = true;
+  }
+  if (calendar) {
+    if (kind == "ADD") {
+      AddCalendarCol().Add(*calendar, cmd_id);
+      stored = true;
+    } else {
+      ReportLine(command.Name() + " bei <calendar> nicht unterstützt.");
+    }
+  }
+  if (attribute && attribute->Values->Count() > 0) {
+    if (kind == "ADD") {
+      AddAttributesCol().Add(*attribute, cmd_id);
+      stored = true;
+    } else {
+      ReportLine(command.Name() + " bei <attribute> nicht unterstützt.");
+    }
+  }
+  return stored;
+}
+
+void clZVUpDownFile::ReadTermin(const XmlElement& vevent, clZVTermin& termin) {
+  for (const XmlElement& child : vevent.Children()) {
+    const std::string name = ToLower(child.Name());
+    if (name == "source") {
+      termin.Source = child.Text();
+    } else if (name == "target") {
+      termin.Target = child.Text();
+    } else if (name == "comment") {
+      termin.Comment = child.Text();
+    } else if (name == "status") {
+      termin.Status = child.Text();
+    } else if (name == "dtstart") {
+      termin.SetDTStart(child.Text());
+    } else if (name == "dtend") {
+      termin.SetDTEnd(child.Text());
+    } else if (name == "customer") {
+      clZVCustomer& customer = termin.Customer;
+      for (const XmlElement& field : child.Children()) {
+        const std::string field_name = ToLower(field.Name());
+        if (field_name == "title") {
+          customer.Title = field.Text();
+        } else if (field_name == "firstname") {
+          customer.FirstName = field.Text();
+        } else if (field_name == "lastname") {
+          customer.LastName = field.Text();
+        } else if (field_name == "dateofbirth") {
+          customer.DateOfBirth = field.Text();
+        } else if (field_name == "address") {
+          customer.Address = field.Text();
+        } else if (field_name == "postalcode") {
+          customer.PostalCode = field.Text();
+        } else if (field_name == "city") {
+          customer.City = field.Text();
+        } else if (field_name == "phone") {
+          customer.Phone = field.Text();
+        } else if (field_name == "email") {
+          customer.Email = field.Text();
+        } else {
+          ReportLine("Unbekannter Knoten (VEvent): customer>" + field_name);
+        }
+      }
+    } else if (name == "calendar") {
+      if (!termin.Calendar.ReadFromXMLNode(child)) {
+        ReportLine("'Calendar' konnte nicht gelesen werden.");
+      }
+    } else if (name == "attribute") {
+      auto attribute = std::make_shared<clZVAttributeMulti>();
+      if (attribute->ReadFromXMLNode(child)) {
+        termin.Attributes.Add(attribute, ToUpper(attribute->Source));
+      } else {
+        ReportLine("'Attribute' konnte nicht gelesen werden.");
+      }
+    } else if (name == "cancel") {
+      termin.Cancel = ToLower(child.Text()) == "true";
+    } else if (name == "block") {
+      termin.Block = ToLower(child.Text()) == "true";
+    } else {
+      ReportLine("Unbekannter Knoten (VEvent): vevent>" + name);
+    }
+  }
+}
+
+// ---------------------------------------------------------------------------
+// Writing
+
+int32_t clZVUpDownFile::NumberCommands() {
+  int32_t counter = 0;
+  for (const auto& status : StatusCol()) status->CmdID = std::to_string(++counter);
+  for (const auto& item : AddTerminCol()) item->CmdID = ++counter;
+  for (const auto& item : DeleteTerminCol()) item->CmdID = ++counter;
+  for (const auto& item : MapTerminCol()) item->CmdID = ++counter;
+  for (const auto& item : ReplaceTerminCol()) item->CmdID = ++counter;
+  for (const auto& item : MapCalendarCol()) item->CmdID = ++counter;
+  for (const auto& item : AddAttributesCol()) item->CmdID = ++counter;
+  for (const auto& item : ReplaceOpeningTimeCol()) item->CmdID = ++counter;
+  for (const auto& alert : AlertCol()) alert->CmdID = ++counter;
+  return counter;
+}
+
+bool clZVUpDownFile::CreateUpFile(std::string_view path) {
+  try {
+    XmlDocument document;
+    XmlElement& root = document.SetDocumentElement(document.CreateElement("SyncML"));
+    if (!SyncHdr().CreateXMLSource(document, root)) {
+      ReportLine("XML-Daten für Knoten 'SyncHdr' konnten nicht erstellt werden.");
+      return false;
+    }
+    XmlElement& body = root.AppendChild(document.CreateElement("SyncBody"));
+    NumberCommands();
+
+    // A collection that fails has reported it; the file is still written.
+    StatusCol().CreateXMLSource(document, body);
+    AddTerminCol().CreateXMLSource(document, body);
+    DeleteTerminCol().CreateXMLSource(document, body);
+    MapTerminCol().CreateXMLSource(document, body);
+    ReplaceTerminCol().CreateXMLSource(document, body);
+    MapCalendarCol().CreateXMLSource(document, body);
+    AddAttributesCol().CreateXMLSource(document, body);
+    ReplaceOpeningTimeCol().CreateXMLSource(document, body);
+    AlertCol().CreateXMLSource(document, body);
+
+    file_system_.WriteTextFile(path, ComposeMessageText(document.DocumentElement(), service_host_));
+    return true;
+  } catch (...) {
+    ReportCurrentError(kModule, "CreateUpFile", "File=" + std::string(path));
+    return false;
+  }
+}
+
+}  // namespace kdzv
