@@ -3,17 +3,25 @@
 // which name the service attributes that carry the new-patient flag, the
 // insurance and the treatment method of an appointment.
 //
-// Every operation takes the file's full path; the class keeps none. No
+// It also turns the items of a received message into the host's records:
+// an appointment into a kdZVTermin, a calendar or an attribute value into a
+// kdZVCalendar.
+//
+// The file operations take the file's full path; the class keeps none. No
 // operation raises: failures go to the error report and the operation
 // returns its failure value.
 #ifndef KDZV_MAPPING_MATCHING_H_
 #define KDZV_MAPPING_MATCHING_H_
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 
+#include "interface/records.h"
 #include "mapping/profile_file.h"
+#include "message/calendar_items.h"
+#include "message/termin_items.h"
 
 namespace kdzv {
 
@@ -34,6 +42,23 @@ class clZVMatching {
   // "Behandlungsart"; a key present with an empty value gives "") and sets
   // the three positions to 0.
   void ReadMatchingCFG(std::string_view file);
+
+  // The copies below serve the command processing inside the component
+  // only; they are public because C++ has no narrower scope that fits.
+  //
+  // Fills `target` from an appointment: calendar, customer, times and ids,
+  // comment, block flag and status, then the new-patient flag, the method
+  // and the insurance from the attributes named by the matching rules.
+  // A failure ends the copy with a report and leaves `target` filled as far
+  // as the copy got.
+  void CopyZVTerminToHXTermin(const clZVTermin& source, kdZVTermin& target);
+  // Source, Target and Title of a calendar or of an attribute value into
+  // the same three fields of `target`; nothing else of it is touched. A null
+  // source does nothing; a null target is replaced by a new record.
+  void CopyZVCalendarToHXCalendar(const clZVCalendar* source,
+                                  std::shared_ptr<kdZVCalendar>& target);
+  void CopyZVAttributeToHXCalendar(const clZVAttributeValue* source,
+                                   std::shared_ptr<kdZVCalendar>& target);
 
   // Service attribute names of the matching rules; empty until
   // ReadMatchingCFG has run, and an empty name switches its rule off.
