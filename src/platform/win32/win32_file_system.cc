@@ -9,6 +9,8 @@
 #include "platform/win32/win32_error.h"
 #include "platform/win32/wide_text.h"
 
+namespace kdzv::win32 {
+
 namespace {
 
 // Opens `path` (others may read and write it meanwhile: the log is read
