@@ -7,6 +7,7 @@
 #define KDZV_MESSAGE_TERMIN_ITEMS_H_
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 

@@ -338,7 +338,9 @@ int32_t clZVUpDownFile::NumberCommands() {
 
 bool clZVUpDownFile::CreateUpFile(std::string_view path) {
   try {
-    XmlDocument document;
+    std::unique_ptr<XmlDocument> owned =
+        document_factory_ ? document_factory_() : std::make_unique<XmlDocument>();
+    XmlDocument& document = *owned;
     XmlElement& root = document.SetDocumentElement(document.CreateElement("SyncML"));
     if (!SyncHdr().CreateXMLSource(document, root)) {
       ReportLine("XML-Daten für Knoten 'SyncHdr' konnten nicht erstellt werden.");
@@ -347,8 +349,11 @@ bool clZVUpDownFile::CreateUpFile(std::string_view path) {
     XmlElement& body = root.AppendChild(document.CreateElement("SyncBody"));
     NumberCommands();
 
-    // A collection that fails has reported it; the file is still written.
-    StatusCol().CreateXMLSource(document, body);
+    // A collection that fails has told about it; the file is still written.
+    // The status and alert collections hand back their text instead, which
+    // goes to the log.
+    const std::string status_error = StatusCol().CreateXMLSource(document, body);
+    if (!status_error.empty()) LogLine(status_error);
     AddTerminCol().CreateXMLSource(document, body);
     DeleteTerminCol().CreateXMLSource(document, body);
     MapTerminCol().CreateXMLSource(document, body);
@@ -356,7 +361,8 @@ bool clZVUpDownFile::CreateUpFile(std::string_view path) {
     MapCalendarCol().CreateXMLSource(document, body);
     AddAttributesCol().CreateXMLSource(document, body);
     ReplaceOpeningTimeCol().CreateXMLSource(document, body);
-    AlertCol().CreateXMLSource(document, body);
+    const std::string alert_error = AlertCol().CreateXMLSource(document, body);
+    if (!alert_error.empty()) LogLine(alert_error);
 
     file_system_.WriteTextFile(path, ComposeMessageText(document.DocumentElement(), service_host_));
     return true;

@@ -6,9 +6,11 @@
 #define KDZV_MESSAGE_UP_DOWN_FILE_H_
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "interface/file_system.h"
 #include "message/calendar_collections.h"
@@ -56,6 +58,11 @@ class clZVUpDownFile {
   clZVAlertCol& AlertCol();
   clZVSessionInfo& SessionInfo();
 
+  // The documents the writer builds its messages in; plain XmlDocuments
+  // unless another factory is set (a test makes element creation fail).
+  using DocumentFactory = std::function<std::unique_ptr<XmlDocument>()>;
+  void SetDocumentFactory(DocumentFactory factory) { document_factory_ = std::move(factory); }
+
   // Releases the added attributes, which AnalyzeDownFile keeps on purpose.
   void ReleaseAddAttributesCol() { add_attributes_.reset(); }
 
@@ -80,6 +87,7 @@ class clZVUpDownFile {
   XmlParser& parser_;
   FileSystem& file_system_;
   std::string service_host_;
+  DocumentFactory document_factory_;
 
   std::string file_name_;
   bool opening_time_requested_ = false;

@@ -3,6 +3,8 @@
 #include <time.h>
 
 #include <cstdint>
+#include <cstdlib>
+#include <string>
 
 #include "util/date_time.h"
 
@@ -38,8 +40,23 @@ struct Offsets {
 }  // namespace
 
 ZoneInformation PosixTimeZone::GetTimeZoneInformation() {
-  ::tzset();
+  // Reading the zone means tzset (a look at the zone file) and two dozen
+  // conversions; a message of many appointments asks for every one of them.
+  // Within one second and under the same TZ the answer cannot differ.
   const time_t now = ::time(nullptr);
+  const char* tz = std::getenv("TZ");
+  const std::string tz_now = tz == nullptr ? std::string("\x01unset") : std::string(tz);
+  if (cached_ && now == cached_at_ && tz_now == cached_tz_) return cached_info_;
+  const ZoneInformation info = ReadZone(now);
+  cached_ = true;
+  cached_at_ = now;
+  cached_tz_ = tz_now;
+  cached_info_ = info;
+  return info;
+}
+
+ZoneInformation PosixTimeZone::ReadZone(time_t now) {
+  ::tzset();
   struct tm now_local {};
   if (::localtime_r(&now, &now_local) == nullptr) return ZoneInformation{-1, 0, 0};
 

@@ -1,0 +1,290 @@
+#include "message/calendar_items.h"
+
+#include <string>
+
+#include "interface/component_log.h"
+#include "interface/error_report.h"
+#include "util/text.h"
+
+namespace kdzv {
+namespace {
+
+constexpr std::string_view kUnknownCalendarNode = "Unbekannter Knoten (calendar): ";
+// The attribute classes share the value class's text.
+constexpr std::string_view kUnknownAttributeNode = "Unbekannter Knoten (AttributeValue): ";
+
+// The fields that every calendar and attribute reader knows. Returns false
+// for a name that is none of them.
+bool ReadCommonField(std::string_view lower_name, const XmlElement& child, std::string& source,
+                     std::string& target, std::string& title) {
+  if (lower_name == "source") {
+    source = child.Text();
+  } else if (lower_name == "target") {
+    target = child.Text();
+  } else if (lower_name == "title") {
+    title = child.Text();
+  } else {
+    return false;
+  }
+  return true;
+}
+
+void ReportUnknown(std::string_view prefix, std::string_view lower_name) {
+  std::string text(prefix);
+  text += lower_name;
+  ReportLine(text);
+}
+
+XmlElement& AppendElement(XmlDocument& document, XmlElement& parent, std::string_view name) {
+  return parent.AppendChild(document.CreateElement(name));
+}
+
+}  // namespace
+
+// --- clZVCalendar -----------------------------------------------------------
+
+bool clZVCalendar::ReadFromXMLNode(const XmlElement& node) {
+  try {
+    if (node.Children().empty()) return false;
+    size_t visited = 0;
+    for (const XmlElement& child : node.Children()) {
+      const std::string name = ToLower(child.Name());
+      if (!ReadCommonField(name, child, Source, Target, Title)) {
+        ReportUnknown(kUnknownCalendarNode, name);
+      }
+      ++visited;
+    }
+    return visited == node.Children().size();
+  } catch (...) {
+    ReportCurrentError(kModule, "ReadFromXMLNode", "");
+    return false;
+  }
+}
+
+bool clZVCalendar::CreateXMLSource(XmlDocument& document, XmlElement& parent) const {
+  try {
+    XmlElement& element = AppendElement(document, parent, "Calendar");
+    AppendTextElement(document, element, "Source", Source);
+    AppendTextElement(document, element, "Target", Target);
+    if (!Title.empty()) AppendTextElement(document, element, "Title", Title);
+    return true;
+  } catch (...) {
+    ReportCurrentError(kModule, "CreateXMLSource", "");
+    return false;
+  }
+}
+
+// --- clZVCalendarKey --------------------------------------------------------
+
+bool clZVCalendarKey::CreateXMLSource(XmlDocument& document, XmlElement& parent) const {
+  try {
+    XmlElement& element = AppendElement(document, parent, "Calendar");
+    AppendTextElement(document, element, "Source", Source);
+    AppendTextElement(document, element, "Target", Target);
+    return true;
+  } catch (...) {
+    ReportCurrentError(kModule, "CreateXMLSource", "");
+    return false;
+  }
+}
+
+// --- clZVAttributeValue -----------------------------------------------------
+
+bool clZVAttributeValue::ReadFromXMLNode(const XmlElement& node) {
+  try {
+    if (node.Children().empty()) return false;
+    size_t visited = 0;
+    for (const XmlElement& child : node.Children()) {
+      const std::string name = ToLower(child.Name());
+      if (!ReadCommonField(name, child, Source, Target, Title)) {
+        ReportUnknown(kUnknownAttributeNode, name);
+      }
+      ++visited;
+    }
+    return visited == node.Children().size();
+  } catch (...) {
+    ReportCurrentError(kModule, "ReadFromXMLNode", "");
+    return false;
+  }
+}
+
+bool clZVAttributeValue::CreateXMLSource(XmlDocument& document, XmlElement& parent,
+                                         std::string_view name) const {
+  try {
+    XmlElement& element = AppendElement(document, parent, name);
+    AppendTextElement(document, element, "Source", Source);
+    AppendTextElement(document, element, "Target", Target);
+    AppendTextElement(document, element, "Title", Title);
+    return true;
+  } catch (...) {
+    ReportCurrentError(kModule, "CreateXMLSource", "");
+    return false;
+  }
+}
+
+std::shared_ptr<clZVAttributeValue> clZVAttributeValues::Add(std::string_view Source,
+                                                             std::string_view Target,
+                                                             std::string_view Title,
+                                                             std::string_view sKey) {
+  auto value = std::make_shared<clZVAttributeValue>();
+  value->Source = std::string(Source);
+  value->Target = std::string(Target);
+  value->Title = std::string(Title);
+  return KeyedCollection::Add(std::move(value), sKey);
+}
+
+// --- clZVAttribute ----------------------------------------------------------
+
+bool clZVAttribute::ReadFromXMLNode(const XmlElement& node) {
+  try {
+    if (node.Children().empty()) return false;
+    size_t visited = 0;
+    for (const XmlElement& child : node.Children()) {
+      const std::string name = ToLower(child.Name());
+      if (name == "value") {
+        // The attribute's one value reads every "Value" element; a later one
+        // overwrites what an earlier one set.
+        if (!Value->ReadFromXMLNode(child)) {
+          ReportLine("clZVAttribute.ReadFromXMLNode: AttributeValue konnte nicht gelesen werden.");
+        }
+      } else if (!ReadCommonField(name, child, Source, Target, Title)) {
+        ReportUnknown(kUnknownAttributeNode, name);
+      }
+      ++visited;
+    }
+    return visited == node.Children().size();
+  } catch (...) {
+    ReportCurrentError(kModule, "ReadFromXMLNode", "");
+    return false;
+  }
+}
+
+bool clZVAttribute::CreateXMLSource(XmlDocument& document, XmlElement& parent,
+                                    std::string_view name) const {
+  try {
+    XmlElement& element = AppendElement(document, parent, name);
+    AppendTextElement(document, element, "Source", Source);
+    AppendTextElement(document, element, "Target", Target);
+    AppendTextElement(document, element, "Title", Title);
+    if (!Value->CreateXMLSource(document, element, "Value")) {
+      ReportLine("CreateXMLSource fehlgeschlagen für SubItem 'Value'.");
+      return false;
+    }
+    return true;
+  } catch (...) {
+    ReportCurrentError(kModule, "CreateXMLSource", "");
+    return false;
+  }
+}
+
+// --- clZVAttributeMulti -----------------------------------------------------
+
+std::shared_ptr<clZVAttributeValue> clZVAttributeMulti::FirstValue() const {
+  if (!Values || Values->Count() < 1) return nullptr;
+  return Values->Item(1);
+}
+
+bool clZVAttributeMulti::ReadFromXMLNode(const XmlElement& node) {
+  try {
+    if (node.Children().empty()) return false;
+    size_t visited = 0;
+    for (const XmlElement& child : node.Children()) {
+      const std::string name = ToLower(child.Name());
+      if (name == "value") {
+        auto value = std::make_shared<clZVAttributeValue>();
+        if (value->ReadFromXMLNode(child)) {
+          Values->Add(std::move(value));
+        } else {
+          ReportLine(
+              "clZVAttributeMulti.ReadFromXMLNode: AttributeValue konnte nicht gelesen werden.");
+        }
+      } else if (!ReadCommonField(name, child, Source, Target, Title)) {
+        ReportUnknown(kUnknownAttributeNode, name);
+      }
+      ++visited;
+    }
+    return visited == node.Children().size();
+  } catch (...) {
+    ReportCurrentError(kModule, "ReadFromXMLNode", "");
+    return false;
+  }
+}
+
+bool clZVAttributeMulti::CreateXMLSource(XmlDocument& document, XmlElement& parent,
+                                         std::string_view name) const {
+  try {
+    XmlElement& element = AppendElement(document, parent, name);
+    AppendTextElement(document, element, "Source", Source);
+    AppendTextElement(document, element, "Target", Target);
+    return true;
+  } catch (...) {
+    ReportCurrentError(kModule, "CreateXMLSource", "");
+    return false;
+  }
+}
+
+// --- clZVAttributes ---------------------------------------------------------
+
+bool clZVAttributes::CreateXMLSource(XmlDocument& document, XmlElement& parent) const {
+  try {
+    for (const auto& attribute : *this) {
+      if (!attribute->CreateXMLSource(document, parent, "Attribute")) {
+        ReportLine("CreateXMLSource fehlgeschlagen für SubItem 'clZVAttribute'.");
+        return false;
+      }
+    }
+    return true;
+  } catch (...) {
+    ReportCurrentError(kModule, "CreateXMLSource", "");
+    return false;
+  }
+}
+
+// --- clZVDeleteMapCalendarItem ----------------------------------------------
+
+bool clZVDeleteMapCalendarItem::CreateXMLSource(XmlDocument& document, XmlElement& parent,
+                                                std::string_view name) const {
+  try {
+    XmlElement& element = AppendElement(document, parent, name);
+    AppendTextElement(document, element, "CmdID", std::to_string(CmdID));
+    if (!CalendarKey->CreateXMLSource(document, element)) {
+      ReportLine("XML-Daten für Subitem 'CalendarKey' konnten nicht erstellt werden.");
+      return false;
+    }
+    return true;
+  } catch (...) {
+    ReportCurrentError(kModule, "CreateXMLSource", "");
+    return false;
+  }
+}
+
+// --- clZVMapCalendarCol -----------------------------------------------------
+
+std::shared_ptr<clZVDeleteMapCalendarItem> clZVMapCalendarCol::Add(int32_t CmdID,
+                                                                   std::string_view Source,
+                                                                   std::string_view Target,
+                                                                   std::string_view sKey) {
+  auto item = std::make_shared<clZVDeleteMapCalendarItem>();
+  item->CmdID = CmdID;
+  item->CalendarKey->Source = std::string(Source);
+  item->CalendarKey->Target = std::string(Target);
+  return KeyedCollection::Add(std::move(item), sKey);
+}
+
+bool clZVMapCalendarCol::CreateXMLSource(XmlDocument& document, XmlElement& parent) const {
+  try {
+    for (const auto& item : *this) {
+      if (!item->CreateXMLSource(document, parent, "Map")) {
+        // The status class's name is what this message has always named.
+        ReportLine("CreateXMLSource fehlgeschlagen für SubItem 'clZVStatus'.");
+        return false;
+      }
+    }
+    return true;
+  } catch (...) {
+    ReportCurrentError(kModule, "CreateXMLSource", "");
+    return false;
+  }
+}
+
+}  // namespace kdzv

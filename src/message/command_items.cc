@@ -1,0 +1,71 @@
+#include "message/command_items.h"
+
+#include <string>
+
+#include "interface/component_log.h"
+#include "interface/error_report.h"
+
+namespace kdzv {
+
+// --- clZVAddReplaceItem -----------------------------------------------------
+
+bool clZVAddReplaceItem::CreateXMLSource(XmlDocument& document, XmlElement& parent,
+                                         std::string_view name) const {
+  try {
+    // The command element goes into the document before its payload, so a
+    // failing payload leaves the command element behind.
+    XmlElement& element = parent.AppendChild(document.CreateElement(name));
+    AppendTextElement(document, element, "CmdID", std::to_string(CmdID));
+
+    if (ItemType == item_type::kAttribute) {
+      // An attribute travels as its first value.
+      if (AAttribute->Values->Count() < 1) {
+        ReportLine(
+            "XML-Daten für Subitem 'Attribut' konnten nicht erstellt werden: Attribut enthät "
+            "keine Values");
+        return false;
+      }
+      if (!AAttribute->Values->Item(1)->CreateXMLSource(document, element, "Attribute_Value")) {
+        ReportLine("XML-Daten für Subitem 'Attribut_Value' konnten nicht erstellt werden.");
+        return false;
+      }
+      return true;
+    }
+    if (ItemType == item_type::kCalendar) {
+      if (!Calendar->CreateXMLSource(document, element)) {
+        // The calendar case has always been announced as 'Attribut'.
+        ReportLine("XML-Daten für Subitem 'Attribut' konnten nicht erstellt werden.");
+        return false;
+      }
+      return true;
+    }
+    if (!Termin->CreateXMLSource(document, element)) {
+      ReportLine("XML-Daten für Subitem 'Termin' konnten nicht erstellt werden.");
+      return false;
+    }
+    return true;
+  } catch (...) {
+    ReportCurrentError(kModule, "CreateXMLSource", "");
+    return false;
+  }
+}
+
+// --- clZVDeleteMapItem ------------------------------------------------------
+
+bool clZVDeleteMapItem::CreateXMLSource(XmlDocument& document, XmlElement& parent,
+                                        std::string_view name) const {
+  try {
+    XmlElement& element = parent.AppendChild(document.CreateElement(name));
+    AppendTextElement(document, element, "CmdID", std::to_string(CmdID));
+    if (!TerminKey->CreateXMLSource(document, element)) {
+      ReportLine("XML-Daten für Subitem 'TerminKey' konnten nicht erstellt werden.");
+      return false;
+    }
+    return true;
+  } catch (...) {
+    ReportCurrentError(kModule, "CreateXMLSource", "");
+    return false;
+  }
+}
+
+}  // namespace kdzv

@@ -1,0 +1,160 @@
+#include "message/status_items.h"
+
+#include <string>
+#include <utility>
+
+#include "interface/component_log.h"
+#include "interface/error_report.h"
+#include "util/error.h"
+#include "util/text.h"
+#include "util/vb_convert.h"
+
+namespace kdzv {
+namespace {
+
+// Reports the error being handled under `procedure` and gives the error
+// text that the operation returns: number "/" description, never empty.
+std::string ReportAndDescribe(std::string_view module, std::string_view procedure) {
+  const ErrorInfo error = CurrentErrorInfo();
+  ReportError(error, module, procedure, "");
+  return std::to_string(error.number) + "/" + error.description;
+}
+
+}  // namespace
+
+// --- clZVStatus -------------------------------------------------------------
+
+std::string clZVStatus::ReadFromXMLNode(const XmlElement& node) {
+  try {
+    for (const XmlElement& child : node.Children()) {
+      const std::string name = ToLower(child.Name());
+      if (name == "cmd") {
+        Cmd = child.Text();
+      } else if (name == "cmdid") {
+        CmdID = child.Text();
+      } else if (name == "cmdref") {
+        CmdRef = child.Text();
+      } else if (name == "data") {
+        Data = child.Text();
+      } else if (name == "msgref") {
+        MsgRef = child.Text();
+      } else if (name == "text") {
+        Text = child.Text();
+      } else {
+        LogLine("Unbekannter Knoten (Status): " + name);
+      }
+    }
+    return std::string();
+  } catch (...) {
+    return ReportAndDescribe(kModule, "clZVStatus.ReadFromXMLNode");
+  }
+}
+
+std::string clZVStatus::CreateXMLSource(XmlDocument& document, XmlElement& parent) const {
+  try {
+    // The status is complete before it goes into the document.
+    XmlElement status = document.CreateElement("Status");
+    AppendTextElement(document, status, "Cmd", Cmd);
+    AppendTextElement(document, status, "CmdID", CmdID);
+    AppendTextElement(document, status, "CmdRef", CmdRef);
+    AppendTextElement(document, status, "MsgRef", MsgRef);
+    AppendTextElement(document, status, "Data", Data);
+    AppendTextElement(document, status, "Text", Text);
+    parent.AppendChild(std::move(status));
+    return std::string();
+  } catch (...) {
+    return ReportAndDescribe(kModule, "clZVStatus.CreateXMLSource");
+  }
+}
+
+// --- clZVAlert --------------------------------------------------------------
+
+std::string clZVAlert::ReadFromXMLNode(const XmlElement& node) {
+  try {
+    for (const XmlElement& child : node.Children()) {
+      const std::string name = ToLower(child.Name());
+      if (name == "cmdid") {
+        // Numbers as the host reads them: a text that is not a number is a
+        // type mismatch.
+        CmdID = ToLong(child.Text());
+      } else if (name == "data") {
+        Data = ToLong(child.Text());
+      } else if (name == "text") {
+        Text = child.Text();
+      } else {
+        LogLine("Unbekannter Knoten (alert): " + name);
+      }
+    }
+    return std::string();
+  } catch (...) {
+    return ReportAndDescribe(kModule, "clZVAlert.ReadFromXMLNode");
+  }
+}
+
+std::string clZVAlert::CreateXMLSource(XmlDocument& document, XmlElement& parent) const {
+  try {
+    XmlElement alert = document.CreateElement("Alert");
+    AppendTextElement(document, alert, "CmdID", std::to_string(CmdID));
+    AppendTextElement(document, alert, "Data", std::to_string(Data));
+    AppendTextElement(document, alert, "Text", Text);
+    parent.AppendChild(std::move(alert));
+    return std::string();
+  } catch (...) {
+    return ReportAndDescribe(kModule, "clZVAlert.CreateXMLSource");
+  }
+}
+
+// --- clZVStatusCol ----------------------------------------------------------
+
+std::shared_ptr<clZVStatus> clZVStatusCol::Add(std::string_view Cmd, std::string_view CmdID,
+                                               std::string_view CmdRef, std::string_view MsgRef,
+                                               std::string_view Data, std::string_view Text,
+                                               std::string_view sKey) {
+  auto status = std::make_shared<clZVStatus>();
+  status->Cmd = std::string(Cmd);
+  status->CmdID = std::string(CmdID);
+  status->CmdRef = std::string(CmdRef);
+  status->MsgRef = std::string(MsgRef);
+  status->Data = std::string(Data);
+  status->Text = std::string(Text);
+  return KeyedCollection::Add(std::move(status), sKey);
+}
+
+std::string clZVStatusCol::CreateXMLSource(XmlDocument& document, XmlElement& parent) const {
+  try {
+    for (const auto& status : *this) {
+      if (!status->CreateXMLSource(document, parent).empty()) {
+        return "CreateXMLSource fehlgeschlagen für SubItem 'clZVStatus'.";
+      }
+    }
+    return std::string();
+  } catch (...) {
+    return ReportAndDescribe(kModule, "clZVStatusCol.CreateXMLSource");
+  }
+}
+
+// --- clZVAlertCol -----------------------------------------------------------
+
+std::shared_ptr<clZVAlert> clZVAlertCol::Add(std::string_view Text, int32_t CmdID, int32_t Data,
+                                             std::string_view /*sItem*/, std::string_view sKey) {
+  auto alert = std::make_shared<clZVAlert>();
+  alert->Text = std::string(Text);
+  alert->CmdID = CmdID;
+  alert->Data = Data;
+  return KeyedCollection::Add(std::move(alert), sKey);
+}
+
+std::string clZVAlertCol::CreateXMLSource(XmlDocument& document, XmlElement& parent) const {
+  try {
+    for (const auto& alert : *this) {
+      if (!alert->CreateXMLSource(document, parent).empty()) {
+        return "CreateXMLSource fehlgeschlagen für SubItem 'clZVAlert'.";
+      }
+    }
+    return std::string();
+  } catch (...) {
+    return ReportAndDescribe(kModule, "clZVAlertCol.CreateXMLSource");
+  }
+}
+
+}  // namespace kdzv

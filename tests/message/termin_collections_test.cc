@@ -1,0 +1,277 @@
+#include "message/termin_collections.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "support/failing_document.h"
+#include "support/fakes.h"
+#include "support/golden.h"
+#include "support/item_reports.h"
+#include "util/error.h"
+
+namespace kdzv {
+namespace {
+
+using test::BoxTexts;
+using test::ChildNames;
+using test::CountOf;
+using test::FailingDocument;
+using test::Golden;
+
+using Names = std::vector<std::string>;
+
+constexpr char kAddReplaceFailed[] =
+    "CreateXMLSource fehlgeschlagen für SubItem 'clZVAddReplaceItem'.";
+constexpr char kDeleteMapFailed[] =
+    "CreateXMLSource fehlgeschlagen für SubItem 'clZVDeleteMapItem'.";
+
+clZVTerminKey Key(std::string source, std::string target) {
+  clZVTerminKey key;
+  key.TerminKeySource = std::move(source);
+  key.TerminKeyTarget = std::move(target);
+  return key;
+}
+
+std::shared_ptr<clZVTermin> Termin(std::string source) {
+  auto termin = std::make_shared<clZVTermin>();
+  termin->Source = std::move(source);
+  return termin;
+}
+
+// The CmdID texts of the elements below `body`.
+Names CmdIds(const XmlElement& body) {
+  Names ids;
+  for (const auto& element : body.Children()) ids.push_back(element.Children()[0].OwnText());
+  return ids;
+}
+
+int32_t ErrorNumberOf(const std::function<void()>& action) {
+  try {
+    action();
+  } catch (const Error& error) {
+    return error.number();
+  }
+  return 0;
+}
+
+// --- Add --------------------------------------------------------------------
+
+TEST(AddTerminColTest, AddStoresACopyWithTheCommandNumber) {
+  test::ScopedProcess scoped;
+  clZVAddTerminCol col;
+  clZVTermin termin;
+  termin.Source = "ZV-1";
+  termin.Comment = "before";
+  termin.SetDTStart("20240701T060000Z");
+  termin.OnlyStatusChanged = true;
+  const auto item = col.Add(termin, 12);
+  EXPECT_EQ(item->CmdID, 12);
+  EXPECT_EQ(item->ItemType, item_type::kTermin);
+  EXPECT_EQ(item->Termin->Source, "ZV-1");
+  EXPECT_EQ(item->Termin->DTStart(), "20240701T060000Z");
+  EXPECT_EQ(item->Termin->StartDateTime(), termin.StartDateTime());
+  EXPECT_FALSE(item->Termin->OnlyStatusChanged);
+  termin.Comment = "after";
+  EXPECT_EQ(col.Item(1)->Termin->Comment, "before");
+  EXPECT_EQ(col.Item(1), item);
+}
+
+TEST(ReplaceTerminColTest, AddRefersToTheGivenAppointmentAndSetsTheFlag) {
+  test::ScopedProcess scoped;
+  clZVReplaceTerminCol col;
+  auto termin = Termin("ZV-1");
+  const auto item = col.Add(termin, 3, true);
+  EXPECT_EQ(item->Termin, termin);
+  EXPECT_EQ(item->CmdID, 3);
+  EXPECT_TRUE(termin->OnlyStatusChanged);
+  termin->Comment = "after";
+  EXPECT_EQ(col.Item(1)->Termin->Comment, "after");
+  col.Add(termin, 4, false);
+  EXPECT_FALSE(termin->OnlyStatusChanged);
+}
+
+TEST(ReplaceTerminColTest, AddWithoutAppointmentRaises) {
+  clZVReplaceTerminCol col;
+  EXPECT_EQ(ErrorNumberOf([&] { col.Add(nullptr, 1, false); }), err::kInvalidCall);
+  EXPECT_EQ(col.Count(), 0);
+}
+
+TEST(DeleteMapTerminColTest, AddCopiesTheKey) {
+  clZVDeleteTerminCol deletes;
+  clZVMapTerminCol maps;
+  clZVTerminKey key = Key("A", "B");
+  const auto deleted = deletes.Add(key, 5);
+  const auto mapped = maps.Add(key, 6);
+  key.TerminKeySource = "changed";
+  EXPECT_EQ(deleted->CmdID, 5);
+  EXPECT_EQ(deleted->TerminKey->TerminKeySource, "A");
+  EXPECT_EQ(deleted->TerminKey->TerminKeyTarget, "B");
+  EXPECT_EQ(mapped->CmdID, 6);
+  EXPECT_EQ(mapped->TerminKey->TerminKeySource, "A");
+  EXPECT_EQ(mapped->TerminKey->TerminKeyTarget, "B");
+}
+
+TEST(TerminColTest, KeysAreFoundWithoutRegardToCase) {
+  clZVDeleteTerminCol col;
+  col.Add(Key("A", "B"), 1, "abc");
+  col.Add(Key("C", "D"), 2);
+  EXPECT_EQ(col.Count(), 2);
+  EXPECT_EQ(col.Item("ABC"), col.Item("abc"));
+  EXPECT_EQ(col.Item("ABC")->TerminKey->TerminKeySource, "A");
+  EXPECT_EQ(col.Item(IndexOrKey(std::string("aBc"))), col.Item(1));
+}
+
+TEST(TerminColTest, EmptyKeyAddsWithoutKey) {
+  clZVMapTerminCol col;
+  col.Add(Key("A", "B"), 1, "");
+  col.Add(Key("C", "D"), 2, "");
+  EXPECT_EQ(col.Count(), 2);
+  EXPECT_FALSE(col.Contains(""));
+}
+
+TEST(TerminColTest, DuplicateKeyRaises457) {
+  test::ScopedProcess scoped;
+  clZVAddTerminCol col;
+  clZVTermin termin;
+  col.Add(termin, 1, "K");
+  EXPECT_EQ(ErrorNumberOf([&] { col.Add(termin, 2, "k"); }), err::kDuplicateKey);
+  EXPECT_EQ(col.Count(), 1);
+}
+
+TEST(TerminColTest, RemoveByPositionAndKey) {
+  clZVDeleteTerminCol col;
+  col.Add(Key("A", ""), 1, "a");
+  col.Add(Key("B", ""), 2);
+  col.Add(Key("C", ""), 3, "c");
+  col.Remove("A");
+  col.Remove(1);
+  ASSERT_EQ(col.Count(), 1);
+  EXPECT_EQ(col.Item(1)->TerminKey->TerminKeySource, "C");
+  Names order;
+  for (const auto& item : col) order.push_back(item->TerminKey->TerminKeySource);
+  EXPECT_EQ(order, Names{"C"});
+}
+
+// --- writing ----------------------------------------------------------------
+
+TEST(TerminColTest, EmptyCollectionsWriteNothingAndSucceed) {
+  test::ScopedProcess scoped;
+  XmlDocument document;
+  XmlElement body("SyncBody");
+  EXPECT_TRUE(clZVAddTerminCol().CreateXMLSource(document, body));
+  EXPECT_TRUE(clZVReplaceTerminCol().CreateXMLSource(document, body));
+  EXPECT_TRUE(clZVDeleteTerminCol().CreateXMLSource(document, body));
+  EXPECT_TRUE(clZVMapTerminCol().CreateXMLSource(document, body));
+  EXPECT_TRUE(body.Children().empty());
+  EXPECT_TRUE(scoped.Reports().empty());
+}
+
+TEST(DeleteTerminColTest, TwoDeletesAreTwoSiblingElements) {
+  test::ScopedProcess scoped;
+  XmlDocument document;
+  XmlElement body("SyncBody");
+  clZVDeleteTerminCol col;
+  col.Add(Key("ZV-1", "HX-1"), 1);
+  col.Add(Key("ZV-2", "HX-2"), 2);
+  EXPECT_TRUE(col.CreateXMLSource(document, body));
+  EXPECT_EQ(SerializeXml(body),
+            "<SyncBody><Delete><CmdID>1</CmdID><VEvent><Source>ZV-1</Source><Target>HX-1</Target>"
+            "</VEvent></Delete><Delete><CmdID>2</CmdID><VEvent><Source>ZV-2</Source>"
+            "<Target>HX-2</Target></VEvent></Delete></SyncBody>");
+}
+
+TEST(MapTerminColTest, MapWritesBothKeysEvenWhenOneIsEmpty) {
+  test::ScopedProcess scoped;
+  XmlDocument document;
+  XmlElement body("SyncBody");
+  clZVMapTerminCol col;
+  col.Add(Key("HX-2", ""), 4);
+  EXPECT_TRUE(col.CreateXMLSource(document, body));
+  EXPECT_EQ(SerializeXml(body), "<SyncBody>" + Golden("items/map_item.xml") + "</SyncBody>");
+}
+
+TEST(ReplaceTerminColTest, WritesEachItemAsReplace) {
+  test::ScopedProcess scoped;
+  XmlDocument document;
+  XmlElement body("SyncBody");
+  clZVReplaceTerminCol col;
+  auto termin = Termin("ZV-1");
+  termin->Target = "HX-2";
+  termin->Status = "Booked";
+  col.Add(termin, 5, true);
+  EXPECT_TRUE(col.CreateXMLSource(document, body));
+  EXPECT_EQ(SerializeXml(body), "<SyncBody>" + Golden("items/replace_termin.xml") + "</SyncBody>");
+}
+
+TEST(AddTerminColTest, WritesEachItemAsAddInOrder) {
+  test::ScopedProcess scoped;
+  XmlDocument document;
+  XmlElement body("SyncBody");
+  clZVAddTerminCol col;
+  col.Add(*Termin("ZV-1"), 7);
+  col.Add(*Termin("ZV-2"), 8);
+  EXPECT_TRUE(col.CreateXMLSource(document, body));
+  EXPECT_EQ(ChildNames(body), (Names{"Add", "Add"}));
+  EXPECT_EQ(CmdIds(body), (Names{"7", "8"}));
+  EXPECT_EQ(body.Children()[1].Children()[1].Children()[0].OwnText(), "ZV-2");
+}
+
+// When the second of three items fails, the first is in the document, the
+// third is not, and the collection's message comes once.
+template <class Fill>
+void ExpectStopAtSecond(const char* element, const char* message, Fill fill) {
+  test::ScopedProcess scoped;
+  scoped.ActivateLog();
+  FailingDocument document(element, 2);
+  XmlElement body("SyncBody");
+  EXPECT_FALSE(fill(document, body));
+  EXPECT_EQ(BoxTexts(scoped), Names{message}) << element;
+  EXPECT_EQ(CountOf(scoped.log.lines, message), 1) << element;
+  EXPECT_EQ(body.Children().size(), 1u) << element;
+  EXPECT_EQ(CmdIds(body), Names{"1"}) << element;
+}
+
+TEST(TerminColTest, SecondOfThreeFailingStopsWithOneMessage) {
+  ExpectStopAtSecond("Add", kAddReplaceFailed, [](XmlDocument& document, XmlElement& body) {
+    clZVAddTerminCol col;
+    for (int32_t id = 1; id <= 3; ++id) col.Add(clZVTermin(), id);
+    return col.CreateXMLSource(document, body);
+  });
+  ExpectStopAtSecond("Replace", kAddReplaceFailed, [](XmlDocument& document, XmlElement& body) {
+    clZVReplaceTerminCol col;
+    for (int32_t id = 1; id <= 3; ++id) col.Add(Termin("x"), id, false);
+    return col.CreateXMLSource(document, body);
+  });
+  ExpectStopAtSecond("Delete", kDeleteMapFailed, [](XmlDocument& document, XmlElement& body) {
+    clZVDeleteTerminCol col;
+    for (int32_t id = 1; id <= 3; ++id) col.Add(Key("a", "b"), id);
+    return col.CreateXMLSource(document, body);
+  });
+  ExpectStopAtSecond("Map", kDeleteMapFailed, [](XmlDocument& document, XmlElement& body) {
+    clZVMapTerminCol col;
+    for (int32_t id = 1; id <= 3; ++id) col.Add(Key("a", "b"), id);
+    return col.CreateXMLSource(document, body);
+  });
+}
+
+TEST(AddTerminColTest, FailingPayloadLeavesThePartialCommandAndStops) {
+  test::ScopedProcess scoped;
+  scoped.ActivateLog();
+  FailingDocument document("VEvent", 2);
+  XmlElement body("SyncBody");
+  clZVAddTerminCol col;
+  for (int32_t id = 1; id <= 3; ++id) col.Add(clZVTermin(), id);
+  EXPECT_FALSE(col.CreateXMLSource(document, body));
+  EXPECT_EQ(
+      BoxTexts(scoped),
+      (Names{"XML-Daten für Subitem 'Termin' konnten nicht erstellt werden.", kAddReplaceFailed}));
+  EXPECT_EQ(CmdIds(body), (Names{"1", "2"}));
+  EXPECT_EQ(ChildNames(body.Children()[1]), Names{"CmdID"});
+}
+
+}  // namespace
+}  // namespace kdzv

@@ -1,0 +1,51 @@
+// Helpers for the tests of the message items: what was reported, and what an
+// item appended.
+#ifndef KDZV_TESTS_SUPPORT_ITEM_REPORTS_H_
+#define KDZV_TESTS_SUPPORT_ITEM_REPORTS_H_
+
+#include <algorithm>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "message/xml_element.h"
+#include "support/fakes.h"
+
+namespace kdzv::test {
+
+// The texts of the message boxes shown so far.
+inline std::vector<std::string> BoxTexts(const ScopedProcess& scoped) {
+  std::vector<std::string> texts;
+  for (const auto& box : scoped.ui.boxes) texts.push_back(box.text);
+  return texts;
+}
+
+// How often `text` occurs in `lines`.
+inline int CountOf(const std::vector<std::string>& lines, std::string_view text) {
+  return static_cast<int>(std::count(lines.begin(), lines.end(), text));
+}
+
+// The log line of the error report for a failing element creation of
+// FailingDocument (error 5) inside `procedure` of `module`.
+inline std::string CreateElementErrorLine(std::string_view module, std::string_view procedure) {
+  return "(MAIN) --> ERROR: 5/Invalid procedure call or argument / Modul=" + std::string(module) +
+         " / Proc=" + std::string(procedure) + " / Details=";
+}
+
+// The names of the child elements of `element`, in order.
+inline std::vector<std::string> ChildNames(const XmlElement& element) {
+  std::vector<std::string> names;
+  for (const auto& child : element.Children()) names.push_back(child.Name());
+  return names;
+}
+
+// The one line of markup of the only child of `parent` (empty when it has
+// not exactly one child).
+inline std::string OnlyChildXml(const XmlElement& parent) {
+  if (parent.Children().size() != 1) return std::string();
+  return SerializeXml(parent.Children().front());
+}
+
+}  // namespace kdzv::test
+
+#endif  // KDZV_TESTS_SUPPORT_ITEM_REPORTS_H_
