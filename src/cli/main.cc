@@ -9,7 +9,8 @@
 int main(int argc, char** argv) {
   kdzv::InitializeProcess();
   kdzv::SystemPorts& system = kdzv::System();
-  kdzv::CliContext context{system.time_zone, system.registry, std::cout, std::cerr};
+  kdzv::CliContext context{system.time_zone, system.registry, system.xml_parser,
+                           system.file_system, std::cout, std::cerr};
   const std::vector<std::string> args = kdzv::ProgramArguments(argc, argv);
   return kdzv::RunZvsync(args, context);
 }

@@ -2,6 +2,7 @@
 
 #include <string_view>
 
+#include "cli/analyze.h"
 #include "interface/zv_settings.h"
 #include "mapping/date_time_convert.h"
 #include "util/date_time.h"
@@ -21,10 +22,12 @@ constexpr std::string_view kHelp =
     "  zvsync settings show                all settings, one NAME=VALUE a line\n"
     "  zvsync settings get NAME            one setting's value\n"
     "  zvsync settings set NAME VALUE      stores a setting (Booleans: true/false)\n"
+    "  zvsync analyze FILE                 reads a message file of the agent and shows its\n"
+    "                                      header, every command and every reader message\n"
     "\n"
     "Conversions use the process's time zone (TZ). Settings live in the per-user store\n"
     "(on Linux ${XDG_CONFIG_HOME:-~/.config}/kdzentavo/registry).\n"
-    "Exit status: 0 success, 1 failure, 2 bad usage.\n";
+    "Exit status: 0 success, 1 failure (analyze: the file could not be read), 2 bad usage.\n";
 
 int Usage(CliContext& context, const std::string& message) {
   context.err << "zvsync: " << message << " (see zvsync --help)\n";
@@ -109,6 +112,10 @@ int RunZvsync(const std::vector<std::string>& args, CliContext& context) {
   }
   if (command == "convert") return Convert(args, context);
   if (command == "settings") return Settings(args, context);
+  if (command == "analyze") {
+    if (args.size() != 2) return Usage(context, "analyze takes one file");
+    return AnalyzeCommand(args[1], context);
+  }
   return Usage(context, "unknown command \"" + command + "\"");
 }
 

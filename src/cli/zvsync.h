@@ -8,12 +8,16 @@
 
 namespace kdzv {
 
+class FileSystem;
 class RegistryBackend;
 class TimeZoneSource;
+class XmlParser;
 
 struct CliContext {
   TimeZoneSource& time_zone;
   RegistryBackend& registry;
+  XmlParser& xml_parser;
+  FileSystem& file_system;
   std::ostream& out;
   std::ostream& err;
 };

@@ -14,6 +14,7 @@ class ProfileFile;
 class RegistryBackend;
 class TimeZoneSource;
 class UserInterface;
+class XmlParser;
 
 struct SystemPorts {
   FileSystem& file_system;
@@ -22,6 +23,7 @@ struct SystemPorts {
   ProfileFile& profile_file;
   RegistryBackend& registry;
   UserInterface& user_interface;
+  XmlParser& xml_parser;
 };
 
 SystemPorts& System();

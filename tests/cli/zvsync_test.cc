@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/platform.h"
 #include "support/fake_registry.h"
 #include "support/fakes.h"
 
@@ -17,7 +18,7 @@ class ZvsyncTest : public ::testing::Test {
   int Run(std::vector<std::string> args) {
     out.str("");
     err.str("");
-    CliContext context{zone, registry, out, err};
+    CliContext context{zone, registry, System().xml_parser, System().file_system, out, err};
     return RunZvsync(args, context);
   }
 

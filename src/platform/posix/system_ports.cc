@@ -3,6 +3,7 @@
 
 #include "platform/platform.h"
 #include "platform/posix/file_registry.h"
+#include "platform/posix/libxml2_parser.h"
 #include "platform/posix/posix_clock.h"
 #include "platform/posix/posix_file_system.h"
 #include "platform/posix/posix_profile_file.h"
@@ -18,7 +19,9 @@ SystemPorts& System() {
   static posix::PosixProfileFile profile_file;
   static posix::FileRegistry registry = posix::FileRegistry::WithDefaultRoots();
   static posix::PosixUserInterface user_interface(stderr, stdin);
-  static SystemPorts ports{file_system, clock, time_zone, profile_file, registry, user_interface};
+  static posix::Libxml2Parser xml_parser;
+  static SystemPorts ports{file_system, clock,          time_zone, profile_file,
+                           registry,    user_interface, xml_parser};
   return ports;
 }
 

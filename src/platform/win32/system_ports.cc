@@ -3,6 +3,7 @@
 #include <shellapi.h>
 
 #include "platform/platform.h"
+#include "platform/win32/msxml_parser.h"
 #include "platform/win32/wide_text.h"
 #include "platform/win32/win32_clock.h"
 #include "platform/win32/win32_file_system.h"
@@ -20,7 +21,9 @@ SystemPorts& System() {
   static win32::Win32ProfileFile profile_file;
   static win32::Win32Registry registry;
   static win32::Win32UserInterface user_interface;
-  static SystemPorts ports{file_system, clock, time_zone, profile_file, registry, user_interface};
+  static win32::MsxmlParser xml_parser;
+  static SystemPorts ports{file_system, clock,          time_zone, profile_file,
+                           registry,    user_interface, xml_parser};
   return ports;
 }
 

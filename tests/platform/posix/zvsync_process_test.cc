@@ -43,6 +43,24 @@ TEST_F(ZvsyncProcess, ConvertUnderBerlin) {
   EXPECT_EQ(Zvsync("convert to-local 20240701T100000Z").out, "2024-07-01 12:00:00\n");
 }
 
+TEST_F(ZvsyncProcess, AnalyzeReadsAMessageFile) {
+  const Result read =
+      Zvsync("analyze '" + std::string(KDZV_TEST_DATA_DIR) + "/messages/HX17_2.xml'");
+  EXPECT_EQ(read.status, 0) << read.out;
+  EXPECT_NE(read.out.find("add appointment, CmdID 4: Source=\"ZV-4711\""), std::string::npos)
+      << read.out;
+  EXPECT_NE(read.out.find("(local 2024-07-01 08:00:00)"), std::string::npos) << read.out;
+}
+
+TEST_F(ZvsyncProcess, AnalyzeOfAnUnreadableFileFails) {
+  const Result read =
+      Zvsync("analyze '" + std::string(KDZV_TEST_DATA_DIR) + "/malformed/billion_laughs.xml'");
+  EXPECT_EQ(read.status, 1) << read.out;
+  EXPECT_NE(read.out.find("log: (AnalyzeOrderFile) --> Achtung: Fehler beim Lesen der Datei: "),
+            std::string::npos)
+      << read.out;
+}
+
 TEST_F(ZvsyncProcess, ConvertUnderUtcIsIdentity) {
   EXPECT_EQ(Zvsync("convert to-service '2024-07-01 12:00:00'", "UTC").out, "20240701T120000Z\n");
 }

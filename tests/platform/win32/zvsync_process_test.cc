@@ -9,14 +9,15 @@ namespace kdzv {
 namespace {
 
 // The build tree lies on the Linux side; under Wine that is drive Z:.
-std::string ProgramPath() {
-  std::string path = KDZV_ZVSYNC_PATH;
+std::string WindowsPath(std::string path) {
   if (!path.empty() && path[0] == '/') {
     for (char& c : path) c = c == '/' ? '\\' : c;
     path = "Z:" + path;
   }
   return path;
 }
+
+std::string ProgramPath() { return WindowsPath(KDZV_ZVSYNC_PATH); }
 
 struct Result {
   int status;
@@ -40,6 +41,20 @@ TEST(ZvsyncProcess, ConvertUnderBerlin) {
   if (tz == nullptr || std::string(tz) != "Europe/Berlin") GTEST_SKIP() << "needs TZ=Europe/Berlin";
   EXPECT_EQ(Zvsync("convert to-service \"2024-07-01 12:00:00\"").out, "20240701T100000Z\r\n");
   EXPECT_EQ(Zvsync("convert to-local 20240701T100000Z").out, "2024-07-01 12:00:00\r\n");
+}
+
+TEST(ZvsyncProcess, AnalyzeReadsAMessageFile) {
+  const Result read =
+      Zvsync("analyze \"" + WindowsPath(KDZV_TEST_DATA_DIR) + "\\messages\\HX17_2.xml\"");
+  EXPECT_EQ(read.status, 0) << read.out;
+  EXPECT_NE(read.out.find("add appointment, CmdID 4: Source=\"ZV-4711\""), std::string::npos)
+      << read.out;
+}
+
+TEST(ZvsyncProcess, AnalyzeOfAnUnreadableFileFails) {
+  const Result read =
+      Zvsync("analyze \"" + WindowsPath(KDZV_TEST_DATA_DIR) + "\\malformed\\billion_laughs.xml\"");
+  EXPECT_EQ(read.status, 1) << read.out;
 }
 
 TEST(ZvsyncProcess, ExitStatuses) {

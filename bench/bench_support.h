@@ -1,0 +1,28 @@
+// What the benchmark programs share: test messages of a given size, and a
+// count of the heap the component (C++ allocations) and libxml2 use.
+#ifndef KDZV_BENCH_BENCH_SUPPORT_H_
+#define KDZV_BENCH_BENCH_SUPPORT_H_
+
+#include <cstddef>
+#include <string>
+
+namespace kdzv::bench {
+
+// An answer of the agent with `appointments` added appointments, each with a
+// customer, a calendar and three attributes, as UTF-8 text.
+std::string DownloadMessage(int appointments);
+
+// Writes `text` to a file in a fresh temporary folder and returns its path.
+std::string WriteTempFile(const std::string& name, const std::string& text);
+
+// Heap accounting: bytes in use now and the highest figure since the last
+// ResetPeak. Counts every operator new of the program and every allocation
+// of libxml2 (after InstallLibxml2Accounting).
+size_t HeapInUse();
+size_t HeapPeak();
+void ResetPeak();
+void InstallLibxml2Accounting();
+
+}  // namespace kdzv::bench
+
+#endif  // KDZV_BENCH_BENCH_SUPPORT_H_

@@ -1,0 +1,260 @@
+#include "platform/posix/libxml2_parser.h"
+
+#include <fcntl.h>
+#include <libxml/encoding.h>
+#include <libxml/globals.h>
+#include <libxml/parser.h>
+#include <libxml/xmlerror.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <memory>
+#include <utility>
+
+#include "platform/posix/unique_fd.h"
+
+namespace kdzv::posix {
+namespace {
+
+// The document is pushed into libxml2 in pieces of this size.
+constexpr size_t kChunkBytes = size_t{64} * 1024;
+// libxml2 detects the encoding from the first four bytes.
+constexpr size_t kEncodingProbeBytes = 4;
+
+std::string_view View(const xmlChar* text) {
+  return text == nullptr ? std::string_view()
+                         : std::string_view(reinterpret_cast<const char*>(text));
+}
+
+// Windows-1252 as Windows decodes it: the bytes 0x80..0x9F that the code
+// page leaves undefined (0x81, 0x8D, 0x8F, 0x90, 0x9D) stand for the C1
+// control of the same value. libxml2's converters (ICU or iconv) refuse
+// those bytes, the Windows DOM reads them; with this decoder a message reads
+// the same on both.
+constexpr uint16_t kWindows1252High[32] = {
+    0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
+    0x2039, 0x0152, 0x008D, 0x017D, 0x008F, 0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
+    0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178};
+
+// libxml2's input converter: as many bytes of `in` as fit into `out` as
+// UTF-8; `inlen` and `outlen` come back as the bytes consumed and produced.
+int Windows1252ToUtf8(unsigned char* out, int* outlen, const unsigned char* in, int* inlen) {
+  const int out_size = *outlen;
+  const int in_size = *inlen;
+  int produced = 0;
+  int consumed = 0;
+  while (consumed < in_size) {
+    const unsigned char byte = in[consumed];
+    const uint16_t c = byte >= 0x80 && byte < 0xA0 ? kWindows1252High[byte - 0x80] : byte;
+    const int length = c < 0x80 ? 1 : c < 0x800 ? 2 : 3;
+    if (produced + length > out_size) break;
+    if (length == 1) {
+      out[produced] = static_cast<unsigned char>(c);
+    } else if (length == 2) {
+      out[produced] = static_cast<unsigned char>(0xC0 | (c >> 6));
+      out[produced + 1] = static_cast<unsigned char>(0x80 | (c & 0x3F));
+    } else {
+      out[produced] = static_cast<unsigned char>(0xE0 | (c >> 12));
+      out[produced + 1] = static_cast<unsigned char>(0x80 | ((c >> 6) & 0x3F));
+      out[produced + 2] = static_cast<unsigned char>(0x80 | (c & 0x3F));
+    }
+    produced += length;
+    ++consumed;
+  }
+  *outlen = produced;
+  *inlen = consumed;
+  return produced;
+}
+
+// Registers the decoder above under the code page's name, once per
+// process; libxml2 looks at registered decoders before its converters.
+void RegisterWindows1252() {
+  static const bool registered =
+      xmlNewCharEncodingHandler("windows-1252", &Windows1252ToUtf8, nullptr) != nullptr;
+  static_cast<void>(registered);
+}
+
+// What the callbacks share during one parse.
+struct ParseState {
+  XmlTreeBuilder builder;
+  xmlParserCtxtPtr context = nullptr;
+  bool refused = false;
+};
+
+ParseState& StateOf(void* user_data) { return *static_cast<ParseState*>(user_data); }
+
+// Ends the parse with no result.
+void Refuse(ParseState& state) {
+  state.refused = true;
+  if (state.context != nullptr) xmlStopParser(state.context);
+}
+
+void OnStartElement(void* user_data, const xmlChar* local_name, const xmlChar* prefix,
+                    const xmlChar* /*uri*/, int /*namespace_count*/, const xmlChar** /*namespaces*/,
+                    int /*attribute_count*/, int /*defaulted_count*/,
+                    const xmlChar** /*attributes*/) {
+  ParseState& state = StateOf(user_data);
+  if (state.refused) return;
+  // The name as written: with its prefix, if it has one.
+  std::string name;
+  if (prefix != nullptr) {
+    name.append(View(prefix));
+    name.push_back(':');
+  }
+  name.append(View(local_name));
+  if (!state.builder.StartElement(name)) Refuse(state);
+}
+
+void OnEndElement(void* user_data, const xmlChar* /*local_name*/, const xmlChar* /*prefix*/,
+                  const xmlChar* /*uri*/) {
+  ParseState& state = StateOf(user_data);
+  if (!state.refused) state.builder.EndElement();
+}
+
+// Character data, white space and CDATA sections alike.
+void OnCharacters(void* user_data, const xmlChar* text, int length) {
+  ParseState& state = StateOf(user_data);
+  if (state.refused || length <= 0) return;
+  const std::string_view data(reinterpret_cast<const char*>(text), static_cast<size_t>(length));
+  if (!state.builder.Characters(data)) Refuse(state);
+}
+
+// A document type declaration never gets this far (CheckRawMessage refuses
+// it in every encoding it knows); should one arrive in another encoding, the
+// parse ends before anything in it is used.
+void OnSubset(void* user_data, const xmlChar* /*name*/, const xmlChar* /*public_id*/,
+              const xmlChar* /*system_id*/) {
+  Refuse(StateOf(user_data));
+}
+
+void OnEntityDeclaration(void* user_data, const xmlChar* /*name*/, int /*type*/,
+                         const xmlChar* /*public_id*/, const xmlChar* /*system_id*/,
+                         xmlChar* /*content*/) {
+  Refuse(StateOf(user_data));
+}
+
+void IgnoreStructuredError(void* /*user_data*/, xmlErrorPtr /*error*/) {}
+void IgnoreGenericError(void* /*context*/, const char* /*format*/, ...) {}
+
+// libxml2 prints some errors (encoding and I/O errors, which are raised
+// without a parser context) through its process-wide handlers, which write
+// to stderr by default. This silences them for its lifetime and then puts
+// the previous handlers back.
+class QuietErrors {
+ public:
+  QuietErrors()
+      : generic_(xmlGenericError),
+        generic_context_(xmlGenericErrorContext),
+        structured_(xmlStructuredError),
+        structured_context_(xmlStructuredErrorContext) {
+    xmlSetGenericErrorFunc(nullptr, &IgnoreGenericError);
+    xmlSetStructuredErrorFunc(nullptr, &IgnoreStructuredError);
+  }
+  ~QuietErrors() {
+    xmlSetGenericErrorFunc(generic_context_, generic_);
+    xmlSetStructuredErrorFunc(structured_context_, structured_);
+  }
+  QuietErrors(const QuietErrors&) = delete;
+  QuietErrors& operator=(const QuietErrors&) = delete;
+
+ private:
+  xmlGenericErrorFunc generic_;
+  void* generic_context_;
+  xmlStructuredErrorFunc structured_;
+  void* structured_context_;
+};
+
+struct ContextDeleter {
+  void operator()(xmlParserCtxtPtr context) const { xmlFreeParserCtxt(context); }
+};
+using ContextPtr = std::unique_ptr<xmlParserCtxt, ContextDeleter>;
+
+xmlSAXHandler MakeHandler() {
+  xmlSAXHandler handler{};
+  handler.initialized = XML_SAX2_MAGIC;
+  handler.startElementNs = &OnStartElement;
+  handler.endElementNs = &OnEndElement;
+  handler.characters = &OnCharacters;
+  handler.ignorableWhitespace = &OnCharacters;
+  handler.cdataBlock = &OnCharacters;
+  handler.internalSubset = &OnSubset;
+  handler.externalSubset = &OnSubset;
+  handler.entityDecl = &OnEntityDeclaration;
+  handler.serror = &IgnoreStructuredError;
+  return handler;
+}
+
+// Never fetch anything from the network; errors and warnings are not
+// printed. Entity substitution, DTD loading, default attributes, XInclude
+// and the lifting of libxml2's own size limits stay off.
+constexpr int kParseOptions = XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING;
+
+}  // namespace
+
+Libxml2Parser::Libxml2Parser() {
+  xmlInitParser();
+  RegisterWindows1252();
+}
+
+std::optional<XmlElement> Libxml2Parser::ParseFile(const std::string& path) {
+  // O_NONBLOCK: a FIFO put where a message file is expected must not hang
+  // the open; it is refused below as not being a regular file.
+  UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  if (file.get() < 0) return std::nullopt;
+  struct stat info {};
+  if (::fstat(file.get(), &info) != 0 || !S_ISREG(info.st_mode)) return std::nullopt;
+  if (static_cast<uintmax_t>(info.st_size) > xml_limits::kMaxFileBytes) return std::nullopt;
+
+  std::string bytes;
+  bytes.resize(static_cast<size_t>(info.st_size) + 1);
+  size_t used = 0;
+  for (;;) {
+    // One byte of room beyond the limit, to notice a file that grew past it.
+    if (used == bytes.size()) {
+      if (used > xml_limits::kMaxFileBytes) return std::nullopt;
+      bytes.resize(std::min(used * 2 + 1, xml_limits::kMaxFileBytes + 1));
+    }
+    const ssize_t n = ::read(file.get(), bytes.data() + used, bytes.size() - used);
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      return std::nullopt;
+    }
+    if (n == 0) break;
+    used += static_cast<size_t>(n);
+  }
+  if (used > xml_limits::kMaxFileBytes) return std::nullopt;
+  bytes.resize(used);
+  return ParseBytes(bytes);
+}
+
+std::optional<XmlElement> Libxml2Parser::ParseBytes(std::string_view bytes) {
+  if (!CheckRawMessage(bytes)) return std::nullopt;
+  QuietErrors quiet;
+  xmlSAXHandler handler = MakeHandler();
+  ParseState state;
+  const size_t head = std::min(bytes.size(), kEncodingProbeBytes);
+  ContextPtr context(
+      xmlCreatePushParserCtxt(&handler, &state, bytes.data(), static_cast<int>(head), nullptr));
+  if (context == nullptr) return std::nullopt;
+  state.context = context.get();
+  xmlCtxtUseOptions(context.get(), kParseOptions);
+
+  size_t at = head;
+  for (;;) {
+    const size_t n = std::min(kChunkBytes, bytes.size() - at);
+    const bool last = at + n == bytes.size();
+    const int result =
+        xmlParseChunk(context.get(), bytes.data() + at, static_cast<int>(n), last ? 1 : 0);
+    at += n;
+    if (result != XML_ERR_OK || last || state.refused) break;
+  }
+  // A prefix without a namespace declaration is an error too: the document
+  // is not namespace-well-formed.
+  if (state.refused || !context->wellFormed || !context->nsWellFormed) return std::nullopt;
+  return state.builder.Finish();
+}
+
+}  // namespace kdzv::posix

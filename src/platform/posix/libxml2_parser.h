@@ -1,0 +1,28 @@
+// The XML parser port on Linux: libxml2's streaming (SAX2) interface feeds
+// the shared tree builder, so no libxml2 document is ever built and nothing
+// beyond the elements and their character data is looked at.
+#ifndef KDZV_PLATFORM_POSIX_LIBXML2_PARSER_H_
+#define KDZV_PLATFORM_POSIX_LIBXML2_PARSER_H_
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "message/xml_parser.h"
+
+namespace kdzv::posix {
+
+// Never uses the network, never loads or expands a document type
+// definition, prints nothing to stderr. Not thread-safe: libxml2's error
+// handlers are swapped for the duration of a parse.
+class Libxml2Parser : public XmlParser {
+ public:
+  Libxml2Parser();
+
+  std::optional<XmlElement> ParseFile(const std::string& path) override;
+  std::optional<XmlElement> ParseBytes(std::string_view bytes) override;
+};
+
+}  // namespace kdzv::posix
+
+#endif  // KDZV_PLATFORM_POSIX_LIBXML2_PARSER_H_

@@ -1,0 +1,27 @@
+// The XML parser port on Windows: the system's XML DOM (MSXML 3.0) loads
+// the document from the bytes that were checked, and the DOM is walked into
+// the shared tree builder.
+#ifndef KDZV_PLATFORM_WIN32_MSXML_PARSER_H_
+#define KDZV_PLATFORM_WIN32_MSXML_PARSER_H_
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "message/xml_parser.h"
+
+namespace kdzv::win32 {
+
+// Initialises COM on the calling thread for the duration of a call when it
+// is not initialised yet. Raises kdzv::Error 429 when the DOM document cannot
+// be created (COM or MSXML 3.0 missing): that is a broken installation, not
+// a bad file.
+class MsxmlParser : public XmlParser {
+ public:
+  std::optional<XmlElement> ParseFile(const std::string& path) override;
+  std::optional<XmlElement> ParseBytes(std::string_view bytes) override;
+};
+
+}  // namespace kdzv::win32
+
+#endif  // KDZV_PLATFORM_WIN32_MSXML_PARSER_H_

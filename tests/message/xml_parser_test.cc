@@ -1,0 +1,204 @@
+#include "message/xml_parser.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace kdzv {
+namespace {
+
+using xml_limits::kMaxDepth;
+using xml_limits::kMaxFileBytes;
+using xml_limits::kMaxTextBytes;
+
+// The text as UTF-16 code units in the given byte order, without a byte
+// order mark.
+std::string Utf16(std::string_view ascii, bool big_endian) {
+  std::string out;
+  for (char c : ascii) {
+    if (big_endian) out.push_back('\0');
+    out.push_back(c);
+    if (!big_endian) out.push_back('\0');
+  }
+  return out;
+}
+
+// ---------------------------------------------------------------------------
+// CheckRawMessage
+
+TEST(CheckRawMessageTest, APlainDocumentPasses) {
+  EXPECT_TRUE(CheckRawMessage("<?xml version=\"1.0\"?><SyncML><SyncBody/></SyncML>"));
+  EXPECT_TRUE(CheckRawMessage(""));
+  EXPECT_TRUE(CheckRawMessage("\xFF\xFE" + Utf16("<SyncML/>", false)));
+}
+
+TEST(CheckRawMessageTest, ADocumentTypeDeclarationFails) {
+  EXPECT_FALSE(CheckRawMessage("<!DOCTYPE SyncML><SyncML/>"));
+  EXPECT_FALSE(CheckRawMessage("<?xml version=\"1.0\"?>\n<!DOCTYPE a [\n]>\n<a/>"));
+  EXPECT_FALSE(CheckRawMessage("\xEF\xBB\xBF<!DOCTYPE a><a/>"));
+  // Anywhere in the bytes, even where a parser would call it an error.
+  EXPECT_FALSE(CheckRawMessage("<a><!DOCTYPE b></a>"));
+}
+
+TEST(CheckRawMessageTest, ADocumentTypeDeclarationInUtf16Fails) {
+  EXPECT_FALSE(CheckRawMessage("\xFF\xFE" + Utf16("<!DOCTYPE a><a/>", false)));
+  EXPECT_FALSE(CheckRawMessage("\xFE\xFF" + Utf16("<!DOCTYPE a><a/>", true)));
+  // Without a byte order mark and at an odd offset, too.
+  EXPECT_FALSE(CheckRawMessage("x" + Utf16("<a/><!DOCTYPE a>", true)));
+}
+
+TEST(CheckRawMessageTest, OnlyTheExactKeywordCounts) {
+  // Not a declaration (and not well-formed either: the parser refuses it).
+  EXPECT_TRUE(CheckRawMessage("<!doctype a><a/>"));
+  EXPECT_TRUE(CheckRawMessage("<a>&lt;!DOCTYPE</a>"));
+  EXPECT_TRUE(CheckRawMessage("<!DOCTYP"));
+}
+
+TEST(CheckRawMessageTest, SizeLimit) {
+  std::string bytes(kMaxFileBytes, ' ');
+  EXPECT_TRUE(CheckRawMessage(bytes));
+  bytes.push_back(' ');
+  EXPECT_FALSE(CheckRawMessage(bytes));
+}
+
+// ---------------------------------------------------------------------------
+// XmlTreeBuilder
+
+TEST(XmlTreeBuilderTest, BuildsElementsWithTextInDocumentOrder) {
+  XmlTreeBuilder builder;
+  ASSERT_TRUE(builder.StartElement("a"));
+  ASSERT_TRUE(builder.Characters("x"));
+  ASSERT_TRUE(builder.StartElement("b"));
+  ASSERT_TRUE(builder.Characters("y"));
+  ASSERT_TRUE(builder.Characters("y"));
+  builder.EndElement();
+  ASSERT_TRUE(builder.Characters("z"));
+  ASSERT_TRUE(builder.StartElement("C"));
+  builder.EndElement();
+  builder.EndElement();
+  const std::optional<XmlElement> root = builder.Finish();
+  ASSERT_TRUE(root);
+  EXPECT_EQ(root->Name(), "a");
+  EXPECT_EQ(root->OwnText(), "xz");
+  ASSERT_EQ(root->Children().size(), 2u);
+  EXPECT_EQ(root->Children()[0].Name(), "b");
+  EXPECT_EQ(root->Children()[0].OwnText(), "yy");
+  EXPECT_EQ(root->Children()[0].TextOffset(), 1u);
+  EXPECT_EQ(root->Children()[1].Name(), "C");
+  EXPECT_EQ(root->Children()[1].TextOffset(), 2u);
+  EXPECT_EQ(root->Text(), "xyyz");
+  EXPECT_EQ(SerializeXml(*root), "<a>x<b>yy</b>z<C/></a>");
+}
+
+TEST(XmlTreeBuilderTest, NothingBeforeTheDocumentElementIsClosed) {
+  XmlTreeBuilder nothing;
+  EXPECT_FALSE(nothing.Finish());
+
+  XmlTreeBuilder open;
+  ASSERT_TRUE(open.StartElement("a"));
+  ASSERT_TRUE(open.StartElement("b"));
+  open.EndElement();
+  EXPECT_FALSE(open.Finish());
+}
+
+TEST(XmlTreeBuilderTest, TextOutsideTheDocumentElementIsIgnored) {
+  XmlTreeBuilder builder;
+  EXPECT_TRUE(builder.Characters("before"));
+  ASSERT_TRUE(builder.StartElement("a"));
+  builder.EndElement();
+  EXPECT_TRUE(builder.Characters("after"));
+  const std::optional<XmlElement> root = builder.Finish();
+  ASSERT_TRUE(root);
+  EXPECT_EQ(root->OwnText(), "");
+}
+
+TEST(XmlTreeBuilderTest, ASecondDocumentElementIsRefused) {
+  XmlTreeBuilder builder;
+  ASSERT_TRUE(builder.StartElement("a"));
+  builder.EndElement();
+  EXPECT_FALSE(builder.StartElement("b"));
+}
+
+TEST(XmlTreeBuilderTest, AnUnmatchedEndIsHarmless) {
+  XmlTreeBuilder builder;
+  builder.EndElement();
+  ASSERT_TRUE(builder.StartElement("a"));
+  builder.EndElement();
+  builder.EndElement();
+  const std::optional<XmlElement> root = builder.Finish();
+  ASSERT_TRUE(root);
+  EXPECT_EQ(root->Name(), "a");
+}
+
+TEST(XmlTreeBuilderTest, DepthLimit) {
+  XmlTreeBuilder builder;
+  for (size_t level = 1; level <= kMaxDepth; ++level) {
+    ASSERT_TRUE(builder.StartElement("e")) << level;
+  }
+  EXPECT_FALSE(builder.StartElement("e"));
+  // Closing one level makes room for a sibling at the deepest level.
+  builder.EndElement();
+  EXPECT_TRUE(builder.StartElement("f"));
+}
+
+TEST(XmlTreeBuilderTest, TextLimitPerElement) {
+  XmlTreeBuilder builder;
+  ASSERT_TRUE(builder.StartElement("a"));
+  const std::string half(kMaxTextBytes / 2, 'x');
+  ASSERT_TRUE(builder.Characters(half));
+  // A child's text counts for the child only.
+  ASSERT_TRUE(builder.StartElement("b"));
+  ASSERT_TRUE(builder.Characters(std::string(kMaxTextBytes, 'y')));
+  EXPECT_FALSE(builder.Characters("y"));
+  builder.EndElement();
+  ASSERT_TRUE(builder.Characters(std::string(kMaxTextBytes - half.size(), 'z')));
+  EXPECT_FALSE(builder.Characters("z"));
+  EXPECT_TRUE(builder.Characters(""));
+}
+
+// ---------------------------------------------------------------------------
+// XmlElement::Text over built trees
+
+TEST(XmlElementTextTest, WhiteSpaceOnlyIsEmpty) {
+  XmlTreeBuilder builder;
+  ASSERT_TRUE(builder.StartElement("a"));
+  ASSERT_TRUE(builder.Characters(" \t\r\n"));
+  ASSERT_TRUE(builder.StartElement("b"));
+  ASSERT_TRUE(builder.Characters("\n"));
+  builder.EndElement();
+  ASSERT_TRUE(builder.Characters(" "));
+  builder.EndElement();
+  const std::optional<XmlElement> root = builder.Finish();
+  ASSERT_TRUE(root);
+  EXPECT_EQ(root->Text(), "");
+  EXPECT_EQ(root->Children()[0].Text(), "");
+}
+
+TEST(XmlElementTextTest, TrimsTheWholeTextNotEachPiece) {
+  XmlTreeBuilder builder;
+  ASSERT_TRUE(builder.StartElement("a"));
+  ASSERT_TRUE(builder.Characters(" x "));
+  ASSERT_TRUE(builder.StartElement("b"));
+  ASSERT_TRUE(builder.Characters(" y "));
+  builder.EndElement();
+  ASSERT_TRUE(builder.Characters(" z\t\n"));
+  builder.EndElement();
+  const std::optional<XmlElement> root = builder.Finish();
+  ASSERT_TRUE(root);
+  EXPECT_EQ(root->Text(), "x  y  z");
+  EXPECT_EQ(root->Children()[0].Text(), "y");
+}
+
+TEST(XmlElementTextTest, OtherSpacesAreKept) {
+  XmlTreeBuilder builder;
+  ASSERT_TRUE(builder.StartElement("a"));
+  // No-break space and a vertical tab are not XML white space.
+  ASSERT_TRUE(builder.Characters("\xC2\xA0x\v"));
+  builder.EndElement();
+  const std::optional<XmlElement> root = builder.Finish();
+  ASSERT_TRUE(root);
+  EXPECT_EQ(root->Text(), "\xC2\xA0x\v");
+}
+
+}  // namespace
+}  // namespace kdzv
