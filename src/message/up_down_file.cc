@@ -364,7 +364,11 @@ bool clZVUpDownFile::CreateUpFile(std::string_view path) {
     const std::string alert_error = AlertCol().CreateXMLSource(document, body);
     if (!alert_error.empty()) LogLine(alert_error);
 
-    file_system_.WriteTextFile(path, ComposeMessageText(document.DocumentElement(), service_host_));
+    // The tree is not needed once the text is made; letting it go first keeps
+    // a large message from being held three times (tree, text, code page).
+    const std::string text = ComposeMessageText(document.DocumentElement(), service_host_);
+    owned.reset();
+    file_system_.WriteTextFile(path, text);
     return true;
   } catch (...) {
     ReportCurrentError(kModule, "CreateUpFile", "File=" + std::string(path));
