@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "cli/analyze.h"
+#include "cli/sync_command.h"
 #include "interface/zv_settings.h"
 #include "mapping/date_time_convert.h"
 #include "util/date_time.h"
@@ -22,6 +23,14 @@ constexpr std::string_view kHelp =
     "  zvsync settings show                all settings, one NAME=VALUE a line\n"
     "  zvsync settings get NAME            one setting's value\n"
     "  zvsync settings set NAME VALUE      stores a setting (Booleans: true/false)\n"
+    "  zvsync sync [OPTIONS]               runs one exchange with the service's agent:\n"
+    "      --download DIR --upload DIR --depot DIR   the folders (--depot \"\": none)\n"
+    "      --prefix TEXT --system-name TEXT         file-name prefix, system name\n"
+    "      --slow-sync --log                        ask for a slow sync; write the log\n"
+    "      --cfg FILE --log-file FILE               other configuration and log files\n"
+    "      --host accept|refuse                     the host's answer to every event\n"
+    "    options change the stored settings for this run only; the exit status is the\n"
+    "    exchange's result (0 success, 1 folder missing, 3 files left, 4 cancelled, ...)\n"
     "  zvsync analyze FILE                 reads a message file of the agent and shows its\n"
     "                                      header, every command and every reader message\n"
     "\n"
@@ -112,6 +121,7 @@ int RunZvsync(const std::vector<std::string>& args, CliContext& context) {
   }
   if (command == "convert") return Convert(args, context);
   if (command == "settings") return Settings(args, context);
+  if (command == "sync") return SyncCommand(args, context);
   if (command == "analyze") {
     if (args.size() != 2) return Usage(context, "analyze takes one file");
     return AnalyzeCommand(args[1], context);

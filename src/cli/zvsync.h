@@ -8,6 +8,7 @@
 
 namespace kdzv {
 
+struct ExchangePorts;
 class FileSystem;
 class RegistryBackend;
 class TimeZoneSource;
@@ -20,6 +21,9 @@ struct CliContext {
   FileSystem& file_system;
   std::ostream& out;
   std::ostream& err;
+  // The ports of an exchange (zvsync sync); null where the platform has
+  // none yet.
+  ExchangePorts* exchange = nullptr;
 };
 
 // Exit statuses of zvsync's own commands.

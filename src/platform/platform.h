@@ -10,6 +10,8 @@ namespace kdzv {
 
 class Clock;
 class FileSystem;
+class MessagePump;
+class SyncWindowPlatform;
 class ProfileFile;
 class RegistryBackend;
 class TimeZoneSource;
@@ -27,6 +29,14 @@ struct SystemPorts {
 };
 
 SystemPorts& System();
+
+// The sync window's parts and the message loop of this system for a
+// headless host (on Linux an event loop with a terminal view); null where
+// the platform has none yet.
+SyncWindowPlatform* HeadlessWindowPlatform();
+MessagePump* HeadlessMessagePump();
+// Makes Ctrl+C press the sync window's cancel button (where supported).
+void CatchInterrupt();
 
 // The full path of the binary that contains the component: the DLL on
 // Windows; on Linux the shared object or the executable it is linked into.

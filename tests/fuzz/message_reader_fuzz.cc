@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "interface/file_system.h"
 #include "interface/process.h"
@@ -37,6 +38,12 @@ class NoFiles : public kdzv::FileSystem {
  public:
   void AppendToFile(std::string_view, std::string_view) override { __builtin_trap(); }
   void WriteTextFile(std::string_view, std::string_view) override { __builtin_trap(); }
+  bool FolderExists(std::string_view) override { __builtin_trap(); }
+  std::vector<std::string> ListFiles(std::string_view) override { __builtin_trap(); }
+  std::string BuildPath(std::string_view, std::string_view) override { __builtin_trap(); }
+  void CopyFile(std::string_view, std::string_view) override { __builtin_trap(); }
+  void DeleteFile(std::string_view) override { __builtin_trap(); }
+  bool TryExclusiveAccess(std::string_view) override { __builtin_trap(); }
 };
 
 // Central European offsets, so that service times are converted.

@@ -1,8 +1,13 @@
 // The tests of the file-system contract; instantiated per implementation.
 #include "support/file_system_conformance.h"
 
+#include <algorithm>
 #include <filesystem>
+#include <string>
+#include <utility>
+#include <vector>
 
+#include "support/file_holder.h"
 #include "util/error.h"
 
 namespace kdzv::test {
@@ -16,12 +21,52 @@ int32_t FileSystemConformance::AppendError(const std::string& path) {
   return 0;
 }
 
-std::string FileSystemConformance::InFolder(std::string_view folder,
-                                            std::string_view name) const {
+std::string FileSystemConformance::InFolder(std::string_view folder, std::string_view name) const {
   return (std::filesystem::path(dir.File(folder)) / std::filesystem::path(name)).string();
 }
 
 namespace {
+
+namespace fsys = std::filesystem;
+
+// The number of the error that `operation` raises; 0 when it works.
+template <typename Operation>
+int32_t ErrorOf(Operation operation) {
+  try {
+    operation();
+  } catch (const Error& e) {
+    return e.number();
+  }
+  return 0;
+}
+
+std::vector<std::string> Sorted(std::vector<std::string> names) {
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+const std::string kSeparator(1, static_cast<char>(fsys::path::preferred_separator));
+
+// Takes the write permission (on Windows: sets the read-only attribute) from
+// a file and gives it back when it goes out of scope, so that the test
+// folder can be removed.
+class ReadOnly {
+ public:
+  explicit ReadOnly(std::string path) : path_(std::move(path)) {
+    fsys::permissions(
+        path_, fsys::perms::owner_write | fsys::perms::group_write | fsys::perms::others_write,
+        fsys::perm_options::remove);
+  }
+  ~ReadOnly() {
+    std::error_code ignored;
+    fsys::permissions(path_, fsys::perms::owner_write, fsys::perm_options::add, ignored);
+  }
+  ReadOnly(const ReadOnly&) = delete;
+  ReadOnly& operator=(const ReadOnly&) = delete;
+
+ private:
+  std::string path_;
+};
 
 TEST_P(FileSystemConformance, AppendCreatesAndAppendsBytesAsGiven) {
   const std::string path = dir.File("kdZentavo.log");
@@ -77,6 +122,190 @@ TEST_P(FileSystemConformance, WriteTextFileIntoAMissingFolderIsPathNotFound) {
   } catch (const Error& e) {
     EXPECT_EQ(e.number(), 76);
   }
+}
+
+TEST_P(FileSystemConformance, FolderExistsOnlyForAFolder) {
+  WriteFileBytes(dir.File("HX1_2.xml"), "x");
+  fsys::create_directory(dir.File("Ablage"));
+  EXPECT_TRUE(fs->FolderExists(dir.path()));
+  EXPECT_TRUE(fs->FolderExists(dir.File("Ablage")));
+  EXPECT_TRUE(fs->FolderExists(dir.path() + kSeparator));
+  EXPECT_FALSE(fs->FolderExists(dir.File("HX1_2.xml")));
+  EXPECT_FALSE(fs->FolderExists(dir.File("missing")));
+  EXPECT_FALSE(fs->FolderExists(InFolder("missing", "deeper")));
+  EXPECT_FALSE(fs->FolderExists(""));
+}
+
+TEST_P(FileSystemConformance, ListFilesNamesTheFilesOnly) {
+  WriteFileBytes(dir.File("HX1_2.xml"), "<a/>");
+  WriteFileBytes(dir.File("notiz.txt"), "");
+  fsys::create_directory(dir.File("Ablage"));
+  WriteFileBytes(InFolder("Ablage", "HX1_1.xml"), "<b/>");
+  EXPECT_EQ(Sorted(fs->ListFiles(dir.path())),
+            (std::vector<std::string>{"HX1_2.xml", "notiz.txt"}));
+  EXPECT_EQ(fs->ListFiles(dir.File("Ablage")), std::vector<std::string>{"HX1_1.xml"});
+}
+
+TEST_P(FileSystemConformance, ListFilesTakesAFolderEndingInASeparator) {
+  WriteFileBytes(dir.File("HX1_2.xml"), "");
+  EXPECT_EQ(fs->ListFiles(dir.path() + kSeparator), std::vector<std::string>{"HX1_2.xml"});
+}
+
+TEST_P(FileSystemConformance, ListFilesOfAnEmptyFolderIsEmpty) {
+  fsys::create_directory(dir.File("leer"));
+  fsys::create_directory(InFolder("leer", "sub"));
+  EXPECT_TRUE(fs->ListFiles(dir.File("leer")).empty());
+}
+
+TEST_P(FileSystemConformance, ListFilesOfAMissingFolderIsPathNotFound) {
+  EXPECT_EQ(ErrorOf([&] { fs->ListFiles(dir.File("missing")); }), 76);
+  EXPECT_EQ(ErrorOf([&] { fs->ListFiles(""); }), 76);
+  WriteFileBytes(dir.File("plain"), "");
+  EXPECT_EQ(ErrorOf([&] { fs->ListFiles(dir.File("plain")); }), 76);
+}
+
+TEST_P(FileSystemConformance, BuildPathAddsASeparatorOnlyWhereNeeded) {
+  EXPECT_EQ(fs->BuildPath(dir.path(), "HX1_2.xml"), dir.File("HX1_2.xml"));
+  EXPECT_EQ(fs->BuildPath("Download", "HX1_2.xml"), "Download" + kSeparator + "HX1_2.xml");
+  EXPECT_EQ(fs->BuildPath("Download" + kSeparator, "HX1_2.xml"),
+            "Download" + kSeparator + "HX1_2.xml");
+  EXPECT_EQ(fs->BuildPath("Download/", "HX1_2.xml"), "Download/HX1_2.xml");
+  EXPECT_EQ(fs->BuildPath("", "HX1_2.xml"), "HX1_2.xml");
+  EXPECT_EQ(fs->BuildPath("Download", ""), "Download" + kSeparator);
+}
+
+TEST_P(FileSystemConformance, CopyFileCopiesTheBytes) {
+  const std::string bytes("<?xml?>\r\n\0\xE4\xFF\n", 13);
+  WriteFileBytes(dir.File("HX1_2.xml"), bytes);
+  fsys::create_directory(dir.File("Ablage"));
+  fs->CopyFile(dir.File("HX1_2.xml"), InFolder("Ablage", "HX1_2.xml"));
+  EXPECT_EQ(ReadFileBytes(InFolder("Ablage", "HX1_2.xml")), bytes);
+  EXPECT_EQ(ReadFileBytes(dir.File("HX1_2.xml")), bytes);
+  // Nothing else is left in the target folder.
+  EXPECT_EQ(FolderEntries(dir.File("Ablage")), std::vector<std::string>{"HX1_2.xml"});
+}
+
+TEST_P(FileSystemConformance, CopyFileCopiesALargeFile) {
+  std::string bytes;
+  for (int i = 0; i < 300000; ++i) bytes += static_cast<char>(i * 7 % 251);
+  WriteFileBytes(dir.File("gross.xml"), bytes);
+  fs->CopyFile(dir.File("gross.xml"), dir.File("kopie.xml"));
+  EXPECT_EQ(ReadFileBytes(dir.File("kopie.xml")), bytes);
+}
+
+TEST_P(FileSystemConformance, CopyFileOverwritesAnExistingTarget) {
+  WriteFileBytes(dir.File("HX1_2.xml"), "neu");
+  fsys::create_directory(dir.File("Ablage"));
+  WriteFileBytes(InFolder("Ablage", "HX1_2.xml"), "a much longer old content");
+  fs->CopyFile(dir.File("HX1_2.xml"), InFolder("Ablage", "HX1_2.xml"));
+  EXPECT_EQ(ReadFileBytes(InFolder("Ablage", "HX1_2.xml")), "neu");
+  EXPECT_EQ(FolderEntries(dir.File("Ablage")), std::vector<std::string>{"HX1_2.xml"});
+}
+
+TEST_P(FileSystemConformance, CopyFileOverwritesAReadOnlyTarget) {
+  WriteFileBytes(dir.File("HX1_2.xml"), "neu");
+  const std::string target = dir.File("alt.xml");
+  WriteFileBytes(target, "alt");
+  ReadOnly guard(target);
+  fs->CopyFile(dir.File("HX1_2.xml"), target);
+  EXPECT_EQ(ReadFileBytes(target), "neu");
+  EXPECT_EQ(ReadFileBytes(dir.File("HX1_2.xml")), "neu");
+}
+
+TEST_P(FileSystemConformance, CopyFileOfAMissingSourceIsFileNotFound) {
+  EXPECT_EQ(ErrorOf([&] { fs->CopyFile(dir.File("missing.xml"), dir.File("x.xml")); }), 53);
+  EXPECT_EQ(FolderEntries(dir.path()), std::vector<std::string>{});
+}
+
+TEST_P(FileSystemConformance, CopyFileIntoAMissingFolderIsPathNotFound) {
+  WriteFileBytes(dir.File("HX1_2.xml"), "x");
+  EXPECT_EQ(ErrorOf([&] { fs->CopyFile(dir.File("HX1_2.xml"), InFolder("missing", "a.xml")); }),
+            76);
+  EXPECT_EQ(FolderEntries(dir.path()), std::vector<std::string>{"HX1_2.xml"});
+}
+
+TEST_P(FileSystemConformance, CopyFileOntoAFolderIsPermissionDenied) {
+  WriteFileBytes(dir.File("HX1_2.xml"), "x");
+  fsys::create_directory(dir.File("Ablage"));
+  EXPECT_EQ(ErrorOf([&] { fs->CopyFile(dir.File("HX1_2.xml"), dir.File("Ablage")); }), 70);
+  EXPECT_TRUE(fsys::is_directory(dir.File("Ablage")));
+  EXPECT_EQ(Sorted(FolderEntries(dir.path())), (std::vector<std::string>{"Ablage", "HX1_2.xml"}));
+}
+
+TEST_P(FileSystemConformance, CopyFileOfAFolderIsPermissionDenied) {
+  fsys::create_directory(dir.File("Ablage"));
+  EXPECT_EQ(ErrorOf([&] { fs->CopyFile(dir.File("Ablage"), dir.File("x.xml")); }), 70);
+  EXPECT_FALSE(fsys::exists(dir.File("x.xml")));
+}
+
+TEST_P(FileSystemConformance, DeleteFileRemovesTheFile) {
+  WriteFileBytes(dir.File("HX1_2.xml"), "x");
+  WriteFileBytes(dir.File("HX1_3.xml"), "y");
+  fs->DeleteFile(dir.File("HX1_2.xml"));
+  EXPECT_EQ(FolderEntries(dir.path()), std::vector<std::string>{"HX1_3.xml"});
+}
+
+TEST_P(FileSystemConformance, DeleteFileRemovesAReadOnlyFile) {
+  const std::string path = dir.File("HX1_2.xml");
+  WriteFileBytes(path, "x");
+  ReadOnly guard(path);
+  fs->DeleteFile(path);
+  EXPECT_FALSE(fsys::exists(path));
+}
+
+TEST_P(FileSystemConformance, DeleteFileOfAMissingFileIsFileNotFound) {
+  EXPECT_EQ(ErrorOf([&] { fs->DeleteFile(dir.File("missing.xml")); }), 53);
+  EXPECT_EQ(ErrorOf([&] { fs->DeleteFile(InFolder("missing", "a.xml")); }), 76);
+}
+
+TEST_P(FileSystemConformance, DeleteFileOfAFolderIsPermissionDenied) {
+  fsys::create_directory(dir.File("Ablage"));
+  EXPECT_EQ(ErrorOf([&] { fs->DeleteFile(dir.File("Ablage")); }), 70);
+  EXPECT_TRUE(fsys::is_directory(dir.File("Ablage")));
+}
+
+TEST_P(FileSystemConformance, ExclusiveAccessToAPlainFile) {
+  const std::string path = dir.File("HX1_2.xml");
+  WriteFileBytes(path, "<a/>\r\n");
+  EXPECT_TRUE(fs->TryExclusiveAccess(path));
+  // The file was closed again and left as it was.
+  EXPECT_TRUE(fs->TryExclusiveAccess(path));
+  EXPECT_EQ(ReadFileBytes(path), "<a/>\r\n");
+  fs->DeleteFile(path);
+  EXPECT_FALSE(fsys::exists(path));
+}
+
+TEST_P(FileSystemConformance, NoExclusiveAccessToWhatIsNoFile) {
+  fsys::create_directory(dir.File("Ablage"));
+  EXPECT_FALSE(fs->TryExclusiveAccess(dir.File("missing.xml")));
+  EXPECT_FALSE(fs->TryExclusiveAccess(InFolder("missing", "a.xml")));
+  EXPECT_FALSE(fs->TryExclusiveAccess(dir.File("Ablage")));
+  EXPECT_FALSE(fs->TryExclusiveAccess(""));
+  EXPECT_FALSE(fsys::exists(dir.File("missing.xml")));
+}
+
+TEST_P(FileSystemConformance, NoExclusiveAccessToAReadOnlyFile) {
+  const std::string path = dir.File("HX1_2.xml");
+  WriteFileBytes(path, "x");
+  {
+    ReadOnly guard(path);
+    EXPECT_FALSE(fs->TryExclusiveAccess(path));
+  }
+  EXPECT_TRUE(fs->TryExclusiveAccess(path));
+}
+
+TEST_P(FileSystemConformance, NoExclusiveAccessWhileAnotherHolderHasTheFile) {
+  const std::string path = dir.File("HX1_2.xml");
+  WriteFileBytes(path, "<a/>");
+  for (const auto lock : {FileHolder::Lock::kExclusive, FileHolder::Lock::kShared}) {
+    FileHolder holder(path, lock);
+    ASSERT_TRUE(holder.holding());
+    EXPECT_FALSE(fs->TryExclusiveAccess(path));
+    EXPECT_FALSE(fs->TryExclusiveAccess(path));
+    holder.Release();
+    EXPECT_TRUE(fs->TryExclusiveAccess(path));
+  }
+  EXPECT_EQ(ReadFileBytes(path), "<a/>");
 }
 
 }  // namespace

@@ -1,10 +1,16 @@
-// An in-memory file system for core tests: files are byte strings; a path
-// can be made to fail with a given error.
+// An in-memory file system for core tests: files are byte strings keyed by
+// their full path, folders a set of paths, '/' the separator. A path can be
+// made to fail with a given error, be held by "another process" (the
+// exclusive-access probe fails) or be read-only.
 #ifndef KDZV_TESTS_SUPPORT_MEMORY_FILE_SYSTEM_H_
 #define KDZV_TESTS_SUPPORT_MEMORY_FILE_SYSTEM_H_
 
+#include <cstdint>
 #include <map>
+#include <set>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "interface/file_system.h"
 #include "util/error.h"
@@ -15,21 +21,109 @@ class MemoryFileSystem : public FileSystem {
  public:
   void AppendToFile(std::string_view path, std::string_view bytes) override {
     ++appends;
-    const auto failing = failures.find(std::string(path));
-    if (failing != failures.end()) RaiseStandard(failing->second, "AppendToFile");
+    FailIfListed(path, "AppendToFile");
     files[std::string(path)] += bytes;
   }
   // Keeps the text as given (UTF-8): the code page is the real systems'
   // business.
   void WriteTextFile(std::string_view path, std::string_view text) override {
-    const auto failing = failures.find(std::string(path));
-    if (failing != failures.end()) RaiseStandard(failing->second, "WriteTextFile");
+    FailIfListed(path, "WriteTextFile");
     files[std::string(path)] = text;
   }
 
+  // False also for a path listed in `failures`.
+  bool FolderExists(std::string_view path) override { return IsFolder(path) && !Failing(path); }
+
+  // The files directly in `folder`, in the order of their paths.
+  std::vector<std::string> ListFiles(std::string_view folder) override {
+    FailIfListed(folder, "ListFiles");
+    if (!IsFolder(folder)) RaiseStandard(err::kPathNotFound, "ListFiles");
+    const std::string prefix = BuildPath(folder, "");
+    std::vector<std::string> names;
+    for (const auto& [path, bytes] : files) {
+      if (path.size() > prefix.size() && path.compare(0, prefix.size(), prefix) == 0 &&
+          path.find('/', prefix.size()) == std::string::npos) {
+        names.push_back(path.substr(prefix.size()));
+      }
+    }
+    return names;
+  }
+
+  std::string BuildPath(std::string_view folder, std::string_view name) override {
+    std::string path(folder);
+    if (!path.empty() && path.back() != '/') path += '/';
+    path += name;
+    return path;
+  }
+
+  // Replaces a read-only target as the real systems do; the copy is not
+  // read-only.
+  void CopyFile(std::string_view source, std::string_view target) override {
+    ++copies;
+    FailIfListed(source, "CopyFile");
+    FailIfListed(target, "CopyFile");
+    const auto found = files.find(std::string(source));
+    if (found == files.end()) {
+      RaiseStandard(
+          folders.count(std::string(source)) != 0 ? err::kPermissionDenied : err::kFileNotFound,
+          "CopyFile");
+    }
+    if (!ParentExists(target)) RaiseStandard(err::kPathNotFound, "CopyFile");
+    if (folders.count(std::string(target)) != 0) {
+      RaiseStandard(err::kPermissionDenied, "CopyFile");
+    }
+    const std::string bytes = found->second;
+    files[std::string(target)] = bytes;
+    readonly.erase(std::string(target));
+  }
+
+  void DeleteFile(std::string_view path) override {
+    ++deletes;
+    FailIfListed(path, "DeleteFile");
+    const std::string key(path);
+    if (folders.count(key) != 0) RaiseStandard(err::kPermissionDenied, "DeleteFile");
+    if (files.erase(key) == 0) {
+      RaiseStandard(ParentExists(path) ? err::kFileNotFound : err::kPathNotFound, "DeleteFile");
+    }
+    readonly.erase(key);
+    held.erase(key);
+  }
+
+  // True for an existing file that is neither held, read-only nor failing.
+  bool TryExclusiveAccess(std::string_view path) override {
+    ++probes;
+    const std::string key(path);
+    return files.count(key) != 0 && held.count(key) == 0 && readonly.count(key) == 0 &&
+           !Failing(path);
+  }
+
   std::map<std::string, std::string> files;
-  std::map<std::string, int32_t> failures;  // path -> error number
+  std::set<std::string> folders;
+  std::set<std::string> held;               // files another process has open
+  std::set<std::string> readonly;           // read-only files
+  std::map<std::string, int32_t> failures;  // path -> error number, for every operation
   int appends = 0;
+  int copies = 0;
+  int deletes = 0;
+  int probes = 0;
+
+ private:
+  bool Failing(std::string_view path) const { return failures.count(std::string(path)) != 0; }
+  void FailIfListed(std::string_view path, const char* procedure) const {
+    const auto failing = failures.find(std::string(path));
+    if (failing != failures.end()) RaiseStandard(failing->second, procedure);
+  }
+  // A path without a folder part is in the current folder, which exists.
+  bool ParentExists(std::string_view path) const {
+    const size_t cut = path.rfind('/');
+    if (cut == std::string_view::npos) return true;
+    return IsFolder(path.substr(0, cut == 0 ? 1 : cut));
+  }
+  // A folder may be named with a trailing '/'.
+  bool IsFolder(std::string_view path) const {
+    if (path.size() > 1 && path.back() == '/') path.remove_suffix(1);
+    return folders.count(std::string(path)) != 0;
+  }
 };
 
 }  // namespace kdzv::test

@@ -1,14 +1,20 @@
 #include "platform/posix/posix_file_system.h"
 
+#include <dirent.h>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
+#include <memory>
 #include <string>
+#include <utility>
 
 #include "platform/posix/errno_error.h"
 #include "platform/posix/unique_fd.h"
+#include "util/error.h"
 #include "util/windows_1252.h"
 
 namespace kdzv::posix {
@@ -21,6 +27,14 @@ bool FolderMissing(const std::string& path) {
   struct stat info {};
   const std::string folder = cut == 0 ? "/" : path.substr(0, cut);
   return ::stat(folder.c_str(), &info) != 0 || !S_ISDIR(info.st_mode);
+}
+
+// Raises the file error of `error` for an operation on `path`: a missing
+// entry is "Path not found" when its folder is missing, and a folder where a
+// file is expected is "Permission denied", as on Windows.
+[[noreturn]] void RaisePathError(int error, const std::string& path, const char* procedure) {
+  if (error == EISDIR) RaiseStandard(err::kPermissionDenied, procedure);
+  RaiseFileError(error, procedure, error == ENOENT && FolderMissing(path));
 }
 
 // Opens `path` with `flags`, writes `bytes` and closes it; `procedure` names
@@ -45,6 +59,67 @@ void WriteBytes(std::string_view path_view, int flags, std::string_view bytes,
   if (file.Close() != 0) RaiseFileError(errno, procedure);
 }
 
+struct DirCloser {
+  void operator()(DIR* dir) const { ::closedir(dir); }
+};
+using UniqueDir = std::unique_ptr<DIR, DirCloser>;
+
+// Whether the entry `entry` of `dir` is a regular file, following a
+// symbolic link (a dangling link or a loop is no file).
+bool IsRegularFile(DIR* dir, const dirent& entry) {
+  if (entry.d_type == DT_REG) return true;
+  if (entry.d_type != DT_LNK && entry.d_type != DT_UNKNOWN) return false;
+  struct stat info {};
+  return ::fstatat(::dirfd(dir), entry.d_name, &info, 0) == 0 && S_ISREG(info.st_mode);
+}
+
+// Removes a temporary file unless it was renamed to its final name.
+class TempFile {
+ public:
+  explicit TempFile(std::string path) : path_(std::move(path)) {}
+  ~TempFile() {
+    if (!path_.empty()) ::unlink(path_.c_str());
+  }
+  TempFile(const TempFile&) = delete;
+  TempFile& operator=(const TempFile&) = delete;
+  const std::string& path() const { return path_; }
+  void Keep() { path_.clear(); }
+
+ private:
+  std::string path_;
+};
+
+// Creates a new, empty file beside `target` (hidden, with a name of its own)
+// and answers its descriptor; `temp_path` receives its name.
+int CreateTempBeside(const std::string& target, std::string& temp_path) {
+  static std::atomic<unsigned> counter{0};
+  const size_t cut = target.rfind('/');
+  const std::string folder = cut == std::string::npos ? "" : target.substr(0, cut + 1);
+  const std::string name = cut == std::string::npos ? target : target.substr(cut + 1);
+  for (;;) {
+    temp_path = folder + "." + name + ".kdzv-" + std::to_string(::getpid()) + "-" +
+                std::to_string(counter++) + ".tmp";
+    const int fd = ::open(temp_path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (fd >= 0) return fd;
+    const int error = errno;
+    if (error == EEXIST) continue;
+    // Every failure here concerns the target's folder.
+    RaiseFileError(error, "CopyFile", error == ENOENT);
+  }
+}
+
+void WriteAll(int fd, const char* data, size_t size) {
+  size_t written = 0;
+  while (written < size) {
+    const ssize_t n = ::write(fd, data + written, size - written);
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      RaiseFileError(errno, "CopyFile");
+    }
+    written += static_cast<size_t>(n);
+  }
+}
+
 }  // namespace
 
 void PosixFileSystem::AppendToFile(std::string_view path, std::string_view bytes) {
@@ -53,6 +128,92 @@ void PosixFileSystem::AppendToFile(std::string_view path, std::string_view bytes
 
 void PosixFileSystem::WriteTextFile(std::string_view path, std::string_view text) {
   WriteBytes(path, O_TRUNC, Utf8ToWindows1252(text), "WriteTextFile");
+}
+
+bool PosixFileSystem::FolderExists(std::string_view path) {
+  if (path.empty()) return false;
+  struct stat info {};
+  return ::stat(std::string(path).c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+std::vector<std::string> PosixFileSystem::ListFiles(std::string_view folder_view) {
+  const std::string folder(folder_view);
+  UniqueDir dir(folder.empty() ? nullptr : ::opendir(folder.c_str()));
+  if (!dir) {
+    const int error = folder.empty() ? ENOENT : errno;
+    // The folder itself is what is missing.
+    RaiseFileError(error, "ListFiles", error == ENOENT);
+  }
+  std::vector<std::string> names;
+  for (;;) {
+    errno = 0;
+    const dirent* entry = ::readdir(dir.get());
+    if (entry == nullptr) {
+      if (errno != 0) RaiseFileError(errno, "ListFiles");
+      break;
+    }
+    const std::string_view name(entry->d_name);
+    if (name == "." || name == "..") continue;
+    if (IsRegularFile(dir.get(), *entry)) names.emplace_back(name);
+  }
+  return names;
+}
+
+std::string PosixFileSystem::BuildPath(std::string_view folder, std::string_view name) {
+  std::string path(folder);
+  if (!path.empty() && path.back() != '/') path += '/';
+  path += name;
+  return path;
+}
+
+void PosixFileSystem::CopyFile(std::string_view source_view, std::string_view target_view) {
+  const std::string source(source_view);
+  const std::string target(target_view);
+  UniqueFd in(::open(source.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+  if (in.get() < 0) RaisePathError(errno, source, "CopyFile");
+  struct stat info {};
+  if (::fstat(in.get(), &info) != 0) RaiseFileError(errno, "CopyFile");
+  if (S_ISDIR(info.st_mode)) RaiseStandard(err::kPermissionDenied, "CopyFile");
+  if (!S_ISREG(info.st_mode)) RaiseStandard(err::kPathFileAccess, "CopyFile");
+
+  std::string temp_path;
+  UniqueFd out(CreateTempBeside(target, temp_path));
+  TempFile temp(temp_path);
+  char buffer[64 * 1024];
+  for (;;) {
+    const ssize_t n = ::read(in.get(), buffer, sizeof buffer);
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      RaiseFileError(errno, "CopyFile");
+    }
+    if (n == 0) break;
+    WriteAll(out.get(), buffer, static_cast<size_t>(n));
+  }
+  // The bytes reach the disk before the name does.
+  if (::fsync(out.get()) != 0) RaiseFileError(errno, "CopyFile");
+  if (out.Close() != 0) RaiseFileError(errno, "CopyFile");
+  if (::rename(temp.path().c_str(), target.c_str()) != 0) {
+    RaisePathError(errno, target, "CopyFile");
+  }
+  temp.Keep();
+}
+
+void PosixFileSystem::DeleteFile(std::string_view path_view) {
+  // Unlinking needs write access to the folder only, so a read-only file
+  // goes as well.
+  const std::string path(path_view);
+  if (::unlink(path.c_str()) != 0) RaisePathError(errno, path, "DeleteFile");
+}
+
+bool PosixFileSystem::TryExclusiveAccess(std::string_view path_view) {
+  const std::string path(path_view);
+  UniqueFd file(::open(path.c_str(), O_RDWR | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+  if (file.get() < 0) return false;
+  struct stat info {};
+  if (::fstat(file.get(), &info) != 0 || !S_ISREG(info.st_mode)) return false;
+  if ((info.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0) return false;
+  // Released again when the descriptor closes.
+  return ::flock(file.get(), LOCK_EX | LOCK_NB) == 0;
 }
 
 }  // namespace kdzv::posix

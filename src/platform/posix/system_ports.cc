@@ -2,6 +2,7 @@
 #include <cstdio>
 
 #include "platform/platform.h"
+#include "platform/posix/event_loop.h"
 #include "platform/posix/file_registry.h"
 #include "platform/posix/libxml2_parser.h"
 #include "platform/posix/posix_clock.h"
@@ -24,6 +25,19 @@ SystemPorts& System() {
                            registry,    user_interface, xml_parser};
   return ports;
 }
+
+namespace {
+
+posix::EventLoop& Loop() {
+  static posix::EventLoop loop;
+  return loop;
+}
+
+}  // namespace
+
+SyncWindowPlatform* HeadlessWindowPlatform() { return &Loop(); }
+MessagePump* HeadlessMessagePump() { return &Loop(); }
+void CatchInterrupt() { posix::EventLoop::CatchInterrupt(); }
 
 std::vector<std::string> ProgramArguments(int argc, char** argv) {
   return std::vector<std::string>(argv + 1, argv + argc);

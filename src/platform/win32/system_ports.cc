@@ -40,4 +40,10 @@ std::vector<std::string> ProgramArguments(int, char**) {
   return args;
 }
 
+// The sync window on Windows is a real window, which comes with the COM
+// shell; until then there is no headless exchange here.
+SyncWindowPlatform* HeadlessWindowPlatform() { return nullptr; }
+MessagePump* HeadlessMessagePump() { return nullptr; }
+void CatchInterrupt() {}
+
 }  // namespace kdzv

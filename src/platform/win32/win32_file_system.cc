@@ -4,10 +4,15 @@
 
 #include <algorithm>
 #include <string>
+#include <vector>
+
+// See win32_file_system.h: the members keep their names here too.
+#undef CopyFile
+#undef DeleteFile
 
 #include "platform/win32/unique_handle.h"
-#include "platform/win32/win32_error.h"
 #include "platform/win32/wide_text.h"
+#include "platform/win32/win32_error.h"
 
 namespace kdzv::win32 {
 
@@ -38,14 +43,46 @@ std::string ToAnsiCodePage(std::string_view text) {
   const std::wstring wide = Widen(text);
   if (wide.empty()) return {};
   const int length = static_cast<int>(wide.size());
-  const int size = ::WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, wide.data(), length,
-                                         nullptr, 0, "?", nullptr);
+  const int size = ::WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, wide.data(), length, nullptr,
+                                         0, "?", nullptr);
   if (size <= 0) RaiseFileError(::GetLastError(), "WriteTextFile");
   std::string out(static_cast<size_t>(size), '\0');
   ::WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, wide.data(), length, out.data(), size, "?",
                         nullptr);
   return out;
 }
+
+// The attributes of `path`, or INVALID_FILE_ATTRIBUTES.
+DWORD Attributes(std::string_view path) { return ::GetFileAttributesW(Widen(path).c_str()); }
+
+bool EndsInSeparator(std::string_view path) {
+  return !path.empty() && (path.back() == '\\' || path.back() == '/');
+}
+
+// Clears the read-only attribute of an existing file that has it; answers
+// whether it did.
+bool MakeWritable(const std::wstring& path) {
+  const DWORD attributes = ::GetFileAttributesW(path.c_str());
+  if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ||
+      (attributes & FILE_ATTRIBUTE_READONLY) == 0) {
+    return false;
+  }
+  return ::SetFileAttributesW(path.c_str(), attributes & ~DWORD{FILE_ATTRIBUTE_READONLY}) != 0;
+}
+
+class FindHandle {
+ public:
+  explicit FindHandle(HANDLE handle) : handle_(handle) {}
+  ~FindHandle() {
+    if (handle_ != INVALID_HANDLE_VALUE) ::FindClose(handle_);
+  }
+  FindHandle(const FindHandle&) = delete;
+  FindHandle& operator=(const FindHandle&) = delete;
+  HANDLE get() const { return handle_; }
+
+ private:
+  HANDLE handle_;
+};
 
 }  // namespace
 
@@ -55,6 +92,87 @@ void Win32FileSystem::AppendToFile(std::string_view path, std::string_view bytes
 
 void Win32FileSystem::WriteTextFile(std::string_view path, std::string_view text) {
   WriteBytes(path, GENERIC_WRITE, CREATE_ALWAYS, ToAnsiCodePage(text), "WriteTextFile");
+}
+
+bool Win32FileSystem::FolderExists(std::string_view path) {
+  if (path.empty()) return false;
+  const DWORD attributes = Attributes(path);
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+std::vector<std::string> Win32FileSystem::ListFiles(std::string_view folder) {
+  // An empty folder would list the current one: treat it as missing.
+  if (folder.empty()) RaiseFileError(ERROR_PATH_NOT_FOUND, "ListFiles");
+  WIN32_FIND_DATAW found{};
+  const std::wstring pattern = Widen(BuildPath(folder, "*"));
+  FindHandle find(::FindFirstFileW(pattern.c_str(), &found));
+  std::vector<std::string> names;
+  if (find.get() == INVALID_HANDLE_VALUE) {
+    const DWORD error = ::GetLastError();
+    // A drive's root folder can be empty of even "." and "..".
+    const bool exists = FolderExists(folder);
+    if (error == ERROR_FILE_NOT_FOUND && exists) return names;
+    // A missing folder, or a file in its place, is "Path not found" whatever
+    // the search reported.
+    RaiseFileError(exists ? error : ERROR_PATH_NOT_FOUND, "ListFiles");
+  }
+  do {
+    if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
+      names.push_back(Narrow(found.cFileName));
+    }
+  } while (::FindNextFileW(find.get(), &found));
+  const DWORD error = ::GetLastError();
+  if (error != ERROR_NO_MORE_FILES) RaiseFileError(error, "ListFiles");
+  return names;
+}
+
+std::string Win32FileSystem::BuildPath(std::string_view folder, std::string_view name) {
+  std::string path(folder);
+  if (!path.empty() && !EndsInSeparator(path)) path += '\\';
+  path += name;
+  return path;
+}
+
+void Win32FileSystem::CopyFile(std::string_view source, std::string_view target) {
+  const std::wstring from = Widen(source);
+  const std::wstring to = Widen(target);
+  if (::CopyFileW(from.c_str(), to.c_str(), FALSE)) return;
+  DWORD error = ::GetLastError();
+  if (error == ERROR_ACCESS_DENIED && MakeWritable(to)) {
+    if (::CopyFileW(from.c_str(), to.c_str(), FALSE)) return;
+    error = ::GetLastError();
+  }
+  RaiseFileError(error, "CopyFile");
+}
+
+void Win32FileSystem::DeleteFile(std::string_view path) {
+  const std::wstring wide = Widen(path);
+  const DWORD attributes = ::GetFileAttributesW(wide.c_str());
+  if (attributes == INVALID_FILE_ATTRIBUTES) RaiseFileError(::GetLastError(), "DeleteFile");
+  if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+    RaiseFileError(ERROR_ACCESS_DENIED, "DeleteFile");
+  }
+  const bool cleared = MakeWritable(wide);
+  if (::DeleteFileW(wide.c_str())) return;
+  const DWORD error = ::GetLastError();
+  // Left as it was when it stays.
+  if (cleared) ::SetFileAttributesW(wide.c_str(), attributes);
+  RaiseFileError(error, "DeleteFile");
+}
+
+bool Win32FileSystem::TryExclusiveAccess(std::string_view path) {
+  if (path.empty()) return false;
+  const std::wstring wide = Widen(path);
+  // Opening a read-only file for writing fails; asked first, so that the
+  // answer does not depend on the rights of the user (Wine run by root
+  // opens it).
+  const DWORD attributes = ::GetFileAttributesW(wide.c_str());
+  if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_READONLY) != 0) {
+    return false;
+  }
+  UniqueHandle file(::CreateFileW(wide.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
+                                  OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+  return file.valid();
 }
 
 }  // namespace kdzv::win32

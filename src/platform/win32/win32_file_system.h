@@ -2,6 +2,16 @@
 #ifndef KDZV_PLATFORM_WIN32_WIN32_FILE_SYSTEM_H_
 #define KDZV_PLATFORM_WIN32_WIN32_FILE_SYSTEM_H_
 
+// <windows.h> turns CopyFile and DeleteFile into CopyFileW and DeleteFileW;
+// where it came first, the port's members must keep their own names (the
+// Win32 functions are called by their W names).
+#ifdef CopyFile
+#undef CopyFile
+#endif
+#ifdef DeleteFile
+#undef DeleteFile
+#endif
+
 #include "interface/file_system.h"
 
 namespace kdzv::win32 {
@@ -10,6 +20,21 @@ class Win32FileSystem : public FileSystem {
  public:
   void AppendToFile(std::string_view path, std::string_view bytes) override;
   void WriteTextFile(std::string_view path, std::string_view text) override;
+  bool FolderExists(std::string_view path) override;
+  // Files only (a link to a file counts as a file), in the order
+  // FindFirstFileW / FindNextFileW give them.
+  std::vector<std::string> ListFiles(std::string_view folder) override;
+  // Separator '\'; a folder ending in '\' or '/' gets none added.
+  std::string BuildPath(std::string_view folder, std::string_view name) override;
+  // CopyFileW with overwrite; a read-only target is made writable and the
+  // copy tried once more. The target takes the source's attributes, as
+  // CopyFileW gives them.
+  void CopyFile(std::string_view source, std::string_view target) override;
+  // Clears the read-only attribute first.
+  void DeleteFile(std::string_view path) override;
+  // Opens for reading and writing with share mode 0: fails while any other
+  // handle is open on the file.
+  bool TryExclusiveAccess(std::string_view path) override;
 };
 
 }  // namespace kdzv::win32

@@ -1,0 +1,101 @@
+#include "interface/kd_zv_interface.h"
+
+#include <utility>
+
+#include "interface/error_report.h"
+#include "interface/test_down_file.h"
+#include "mapping/date_time_convert.h"
+#include "mapping/service_host.h"
+
+namespace kdzv {
+
+kdZVInterface::kdZVInterface(const InterfacePorts& ports, HostEvents& host)
+    : ports_(ports),
+      host_(host),
+      session_(std::make_unique<clZVSessionInfo>()),
+      matching_(ports.profile),
+      log_(ports.file_system, ports.clock, process::LogFilePath()),
+      config_file_(process::ConfigFilePath()) {
+  process::SetActiveInterface(this);
+  settings_ = std::make_shared<clZVSettings>(ports_.registry);
+  matching_.ReadMatchingCFG(config_file_);
+  service_host_ = ReadServiceHost(ports_.profile, config_file_);
+}
+
+kdZVInterface::~kdZVInterface() {
+  if (sync_form_) {
+    sync_form_->Unload();
+    sync_form_.reset();
+  }
+  if (process::ActiveInterface() == this) process::SetActiveInterface(nullptr);
+}
+
+bool kdZVInterface::CheckLogAccess(std::string_view strLog, std::string& sErr) {
+  return log_.CheckLogAccess(strLog, sErr);
+}
+
+std::shared_ptr<clZVSettings> kdZVInterface::Settings() {
+  if (!settings_) settings_ = std::make_shared<clZVSettings>(ports_.registry);
+  return settings_;
+}
+
+void kdZVInterface::SetSettings(std::shared_ptr<clZVSettings> settings) {
+  settings_ = std::move(settings);
+}
+
+std::shared_ptr<kdZVTermin> kdZVInterface::CreateKdZVTermin() {
+  return std::make_shared<kdZVTermin>();
+}
+
+void kdZVInterface::TestDownFile(std::string_view strFile) {
+  kdzv::TestDownFile(strFile, ports_.xml_parser, ports_.file_system, service_host_);
+}
+
+std::string kdZVInterface::ConvertLocalToZentavoDateTime(DateTime dLocalDate) {
+  return modDateTimeConvert::ConvertLocalToZentavoDateTime(dLocalDate, ports_.time_zone);
+}
+
+DateTime kdZVInterface::ConvertZentavoToLocalDateTime(std::string_view strDTString) {
+  return modDateTimeConvert::ConvertZentavoToLocalDateTime(strDTString, ports_.time_zone);
+}
+
+int32_t kdZVInterface::TestFireOpeningTimes() {
+  try {
+    auto belegungen = std::make_shared<kdZVBelegungen>();
+    int32_t retVal = 0;
+    host_.OnQueryOpeningTime(belegungen, retVal);
+    return retVal;
+  } catch (...) {
+    ReportCurrentError(kInterfaceModuleName, "TestFireOpeningTimes", "");
+    return 0;
+  }
+}
+
+void kdZVInterface::WriteLogLine(std::string_view text) {
+  log_.Write(Settings()->DoLog(), text);
+}
+
+void kdZVInterface::OnLog(const std::string& strText) {
+  std::string info = strText;
+  host_.OnSyncLog(info);
+  WriteLogLine("[SyncForm_OnLog] " + strText);
+}
+
+void kdZVInterface::Info(const std::string& text) {
+  if (sync_form_) sync_form_->ShowStatusMsg(text, msgbox::kInformation);
+}
+
+void kdZVInterface::Warn(const std::string& text) {
+  if (sync_form_) sync_form_->ShowStatusMsg(text, msgbox::kExclamation);
+}
+
+void kdZVInterface::LogAndShow(const std::string& text) {
+  WriteLogLine(text);
+  Info(text);
+}
+
+std::unique_ptr<clZVUpDownFile> kdZVInterface::NewMessage() {
+  return std::make_unique<clZVUpDownFile>(ports_.xml_parser, ports_.file_system, service_host_);
+}
+
+}  // namespace kdzv

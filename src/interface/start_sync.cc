@@ -1,0 +1,127 @@
+// StartSync: checks the log and the folders, clears left-over files into
+// the depot, shows the sync window, opens the exchange and waits until it
+// has ended, timed out or been cancelled.
+#include "interface/component_log.h"
+#include "interface/error_report.h"
+#include "interface/kd_zv_interface.h"
+
+namespace kdzv {
+
+namespace {
+
+constexpr std::string_view kCheckSettings =
+    "\r\n\r\nBitte überprüfen Sie Ihre Einstellungen für die Schnittstelle zu Zentavo.";
+
+}  // namespace
+
+void kdZVInterface::ShowMessage(const std::string& text) {
+  ports_.user_interface.ShowMessageBox(text, msgbox::kOkOnly | msgbox::kExclamation,
+                                       kComponentTitle);
+  WriteLogLine("MELDUNG: " + text);
+}
+
+enmZVRetValues kdZVInterface::StartSync(intptr_t mOwner, std::string& sErr) {
+  try {
+    sErr.clear();
+    if (!CheckLogAccess("(StartSync) -> aufgerufen", sErr)) return ZV_Error_LogFileAccess;
+
+    FileSystem& fs = ports_.file_system;
+    const std::shared_ptr<clZVSettings> settings = Settings();
+    const std::string download = settings->DownloadPath();
+    const std::string upload = settings->UploadPath();
+    const std::string depot = settings->AblagePath();
+
+    WriteLogLine("(StartSync) -> Überprüfen Einstellungen: Download");
+    if (!fs.FolderExists(download)) {
+      WriteLogLine("(StartSync) -> Fehler: Downloadpfad existiert nicht: " + download);
+      ShowMessage("Fehler: Der eingestellte Downloadpfad existiert nicht: " + download +
+                  std::string(kCheckSettings));
+      return ZV_Error_PathNotExist;
+    }
+    WriteLogLine("(StartSync) -> Überprüfen Einstellungen: Upload");
+    if (!fs.FolderExists(upload)) {
+      WriteLogLine("(StartSync) -> Fehler: Uploadpfad existiert nicht: " + upload);
+      ShowMessage("Fehler: Der eingestellte Uploadpfad existiert nicht: " + upload +
+                  std::string(kCheckSettings));
+      return ZV_Error_PathNotExist;
+    }
+
+    if (!fs.ListFiles(download).empty()) {
+      WriteLogLine("(StartSync) -> Der Downloadpfad ist nicht leer: " + download);
+      WriteLogLine("(StartSync) -> Dateien werden verschoben nach: " + depot);
+      const int32_t moved = TryMoveFilesToDepot(download, depot);
+      if (moved != 0) return static_cast<enmZVRetValues>(moved);
+    }
+    if (!fs.ListFiles(upload).empty()) {
+      WriteLogLine("(StartSync) -> Der Uploadpfad ist nicht leer: " + upload);
+      WriteLogLine("(StartSync) -> Dateien werden verschoben nach: " + depot);
+      const int32_t moved = TryMoveFilesToDepot(upload, depot);
+      if (moved != 0) return static_cast<enmZVRetValues>(moved);
+    }
+
+    WriteLogLine("(StartSync) -> Anzeigefenster wird geladen");
+    if (!sync_form_) sync_form_ = std::make_unique<frmZVSync>(ports_.window, fs, *this);
+    sync_form_->ClearLog();
+    cancelled_ = false;
+    finished_ = false;
+    timed_out_ = false;
+    sync_form_->Show(mOwner);
+
+    if (!StartNewSession()) cancelled_ = true;
+    while (!cancelled_ && !finished_ && !timed_out_) ports_.pump.RunPending(kWaitSliceMs);
+    sync_form_->StopWatch();
+
+    enmZVRetValues result = ZV_Success;
+    if (cancelled_) {
+      Info("Synchronisation abgebrochen.");
+      result = ZV_Error_Cancel;
+    } else if (timed_out_) {
+      Info("Synchronisation aufgrund einer Zeitüberschreitung abgebrochen.");
+      result = ZV_Error_TimeOut;
+    } else {
+      Info("Synchronisation erfolgreich abgeschlossen.");
+    }
+    if (sync_form_) {
+      sync_form_->Unload();
+      sync_form_.reset();
+    }
+    WriteLogLine("(StartSync) -> Rückgabewert " + std::to_string(static_cast<int32_t>(result)));
+    return result;
+  } catch (...) {
+    ReportCurrentError(kInterfaceModuleName, "StartSync", "");
+    if (sync_form_) {
+      sync_form_->Unload();
+      sync_form_.reset();
+    }
+    return ZV_Error_General;
+  }
+}
+
+int32_t kdZVInterface::TryMoveFilesToDepot(const std::string& source, const std::string& target) {
+  FileSystem& fs = ports_.file_system;
+  WriteLogLine("(TryMoveFilesToDepot) -> Verschieben der Dateien - Quelle: " + source +
+               ", Ziel: " + target);
+  // Without a depot folder there is nowhere to put the files: they stay
+  // (a relative or root path is never made up from an empty setting).
+  const bool depot_exists = !target.empty() && fs.FolderExists(target);
+  for (const std::string& name : fs.ListFiles(source)) {
+    WriteLogLine("-> Datei wird verschoben: " + name);
+    if (!depot_exists) continue;
+    try {
+      const std::string from = fs.BuildPath(source, name);
+      fs.CopyFile(from, fs.BuildPath(target, name));
+      fs.DeleteFile(from);
+    } catch (...) {
+      ReportCurrentError(kInterfaceModuleName, "TryMoveFilesToDepot", "File=" + name);
+    }
+  }
+  if (fs.ListFiles(source).empty()) return 0;
+  const std::string text = "Achtung: Es konnten nicht alle Dateien verschoben werden.\r\nQuelle: " +
+                           source + "\r\nZiel: " + target;
+  WriteLogLine(text);
+  ports_.user_interface.ShowMessageBox(text, msgbox::kOkOnly | msgbox::kExclamation,
+                                       kComponentTitle);
+  return ZV_Error_PathNotEmpty;
+}
+
+}  // namespace kdzv

@@ -1,0 +1,186 @@
+#include "syncwindow/frm_zv_sync.h"
+
+#include <exception>
+#include <utility>
+#include <vector>
+
+#include "interface/error_report.h"
+#include "interface/user_interface.h"
+
+namespace kdzv {
+namespace {
+
+constexpr std::string_view kWaitingText = "Warten auf Antwort ...";
+constexpr std::string_view kTimeoutText = "Timeout.";
+constexpr std::string_view kCancelQuestion =
+    "Soll der Syncronisation-Prozess wirklich abgebrochen werden?";
+constexpr std::string_view kCancelledText = "Abbruch durch Benutzer.";
+
+// The enabled state of both timers, taken when a timer procedure starts, so
+// that a failure inside it can leave the timers as they were.
+class TimerSnapshot {
+ public:
+  TimerSnapshot(WindowTimer& watch, WindowTimer& timeout)
+      : watch_(watch),
+        timeout_(timeout),
+        watch_enabled_(watch.Enabled()),
+        timeout_enabled_(timeout.Enabled()) {}
+
+  void Restore() {
+    watch_.SetEnabled(watch_enabled_);
+    timeout_.SetEnabled(timeout_enabled_);
+  }
+
+ private:
+  WindowTimer& watch_;
+  WindowTimer& timeout_;
+  bool watch_enabled_;
+  bool timeout_enabled_;
+};
+
+}  // namespace
+
+frmZVSync::frmZVSync(SyncWindowPlatform& platform, FileSystem& file_system,
+                     SyncWindowEvents& owner)
+    : file_system_(file_system), owner_(owner) {
+  view_ = platform.CreateView(*this);
+  watch_timer_ = platform.CreateTimer([this] { WatchTimerTick(); });
+  timeout_timer_ = platform.CreateTimer([this] { TimeoutTimerTick(); });
+  watch_timer_->SetEnabled(false);
+  timeout_timer_->SetEnabled(false);
+}
+
+frmZVSync::~frmZVSync() {
+  // The timers go first so that no tick can reach a half-destroyed window.
+  timeout_timer_.reset();
+  watch_timer_.reset();
+}
+
+void frmZVSync::Show(intptr_t owner) {
+  try {
+    view_->Show(owner);
+  } catch (...) {
+    ReportCurrentError(kModule, "Show", "");
+  }
+}
+
+void frmZVSync::Unload() {
+  try {
+    StopWatch();
+    view_->Close();
+  } catch (...) {
+    ReportCurrentError(kModule, "Unload", "");
+  }
+}
+
+bool frmZVSync::StartWatch(const std::string& strWatchFolder, int32_t WatchTimerInterval) {
+  try {
+    watch_folder_ = strWatchFolder;
+    watch_interval_ = WatchTimerInterval;
+    timeout_timer_->SetInterval(0);
+    if (!file_system_.FolderExists(watch_folder_)) {
+      watch_timer_->SetEnabled(false);
+      timeout_timer_->SetEnabled(false);
+      return false;
+    }
+    watch_timer_->SetInterval(watch_interval_);
+    watch_timer_->SetEnabled(true);
+    StartTimeoutTimer();
+    return true;
+  } catch (...) {
+    ReportCurrentError(kModule, "StartWatch", strWatchFolder);
+    return false;
+  }
+}
+
+void frmZVSync::StopWatch() {
+  watch_timer_->SetEnabled(false);
+  timeout_timer_->SetEnabled(false);
+}
+
+void frmZVSync::StartTimeoutTimer() {
+  timeout_timer_->SetEnabled(false);
+  if (timeout_timer_->Interval() >= 1) {
+    ShowStatusMsg(std::string(kWaitingText), msgbox::kInformation);
+    timeout_timer_->SetEnabled(true);
+  }
+}
+
+void frmZVSync::StopTimeoutTimer() { timeout_timer_->SetEnabled(false); }
+
+void frmZVSync::ClearLog() {
+  try {
+    log_text_.clear();
+    view_->SetLogText(log_text_);
+  } catch (...) {
+    ReportCurrentError(kModule, "ClearLog", "");
+  }
+}
+
+void frmZVSync::ShowStatusMsg(const std::string& sMsg, int32_t nStyle) {
+  // The style tells what kind of message it is; the pane shows plain text.
+  static_cast<void>(nStyle);
+  try {
+    log_text_ += "\r\n";
+    log_text_ += sMsg;
+    view_->SetLogText(log_text_);
+    owner_.OnLog(sMsg);
+  } catch (...) {
+    ReportCurrentError(kModule, "ShowStatusMsg", sMsg);
+  }
+}
+
+void frmZVSync::WatchTimerTick() {
+  TimerSnapshot before(*watch_timer_, *timeout_timer_);
+  try {
+    // One listing per tick: the folder itself is the queue, so a file the
+    // owner leaves behind is offered again on the next tick.
+    const std::vector<std::string> names = file_system_.ListFiles(watch_folder_);
+    for (const std::string& name : names) {
+      watch_timer_->SetEnabled(false);
+      int32_t retVal = 0;
+      owner_.OnNewFile(name, retVal);
+      if (retVal != 0) {
+        watch_timer_->SetEnabled(true);
+        StartTimeoutTimer();
+      } else {
+        owner_.OnCancel();
+      }
+    }
+  } catch (...) {
+    before.Restore();
+    ReportCurrentError(kModule, "Timer1_Timer", "");
+  }
+}
+
+void frmZVSync::TimeoutTimerTick() {
+  TimerSnapshot before(*watch_timer_, *timeout_timer_);
+  try {
+    timeout_timer_->SetEnabled(false);
+    watch_timer_->SetEnabled(false);
+    ShowStatusMsg(std::string(kTimeoutText), msgbox::kExclamation);
+    owner_.OnTimeout();
+  } catch (...) {
+    before.Restore();
+    ReportCurrentError(kModule, "Timer2_Timer", "");
+  }
+}
+
+void frmZVSync::CancelClicked() {
+  try {
+    if (!view_->AskYesNo(kCancelQuestion)) return;
+    ShowStatusMsg(std::string(kCancelledText), msgbox::kExclamation);
+    timeout_timer_->SetEnabled(false);
+    watch_timer_->SetEnabled(false);
+    owner_.OnCancel();
+  } catch (...) {
+    ReportCurrentError(kModule, "cmdCancel_Click", "");
+  }
+}
+
+void frmZVSync::CloseRequested() {
+  // Closing by the user is refused; the cancel question decides instead.
+  CancelClicked();
+}
+
+}  // namespace kdzv

@@ -1,0 +1,75 @@
+// The ports of the sync window: its timers, its view (log pane, cancel
+// button, question box, showing and closing) and the host's message loop.
+// On Windows they are a real window with Win32 timers; on Linux a small
+// event loop and the terminal.
+#ifndef KDZV_SYNCWINDOW_WINDOW_PORTS_H_
+#define KDZV_SYNCWINDOW_WINDOW_PORTS_H_
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string_view>
+
+namespace kdzv {
+
+// A timer of the window: while enabled and given an interval of at least
+// 1 ms it calls its tick every `interval` milliseconds, on the thread that
+// runs the message loop. Interval 0 means it never ticks.
+class WindowTimer {
+ public:
+  virtual ~WindowTimer() = default;
+  virtual void SetInterval(int32_t milliseconds) = 0;
+  virtual int32_t Interval() const = 0;
+  // Enabling (also re-enabling) starts counting the interval from now.
+  virtual void SetEnabled(bool enabled) = 0;
+  virtual bool Enabled() const = 0;
+};
+
+// What the view reports back to the window.
+class SyncWindowInput {
+ public:
+  virtual ~SyncWindowInput() = default;
+  // The cancel button ("Abbruch") was pressed.
+  virtual void CancelClicked() = 0;
+  // The user tried to close the window (system menu, title bar, Ctrl+C on a
+  // terminal): handled like the cancel button.
+  virtual void CloseRequested() = 0;
+};
+
+class SyncWindowView {
+ public:
+  virtual ~SyncWindowView() = default;
+  // Shows the window without modality, owned by `owner` (a host window
+  // handle, 0 for none).
+  virtual void Show(intptr_t owner) = 0;
+  // Closes the window by code (never refused).
+  virtual void Close() = 0;
+  // Replaces the text of the log pane; the pane scrolls to its end.
+  virtual void SetLogText(std::string_view text) = 0;
+  // The yes/no question box with the question icon and "no" as default;
+  // true for yes.
+  virtual bool AskYesNo(std::string_view question) = 0;
+};
+
+// Makes the window's parts on this platform.
+class SyncWindowPlatform {
+ public:
+  virtual ~SyncWindowPlatform() = default;
+  virtual std::unique_ptr<WindowTimer> CreateTimer(std::function<void()> on_tick) = 0;
+  // `input` outlives the view.
+  virtual std::unique_ptr<SyncWindowView> CreateView(SyncWindowInput& input) = 0;
+};
+
+// The host's message loop, as the waiting StartSync drives it.
+class MessagePump {
+ public:
+  virtual ~MessagePump() = default;
+  // Runs what is pending (window messages, due timers, user input); when
+  // nothing is, waits for the next of them without spinning, at most
+  // `max_wait_ms` milliseconds.
+  virtual void RunPending(int32_t max_wait_ms) = 0;
+};
+
+}  // namespace kdzv
+
+#endif  // KDZV_SYNCWINDOW_WINDOW_PORTS_H_
