@@ -1,0 +1,98 @@
+// A whole exchange in a test: real folders and files, the real parser, fake
+// timers, a scripted message loop that plays the service's agent, a
+// recording host, and fakes for settings, configuration, clock and message
+// boxes.
+#ifndef KDZV_TESTS_INTERFACE_EXCHANGE_HARNESS_H_
+#define KDZV_TESTS_INTERFACE_EXCHANGE_HARNESS_H_
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "interface/kd_zv_interface.h"
+#include "support/fake_profile_file.h"
+#include "support/fake_registry.h"
+#include "support/fake_window.h"
+#include "support/fakes.h"
+
+namespace kdzv::test {
+
+// Records every event; accepts or refuses as told, and gives new host ids
+// to accepted adds like a host would (unless `termin_id` says otherwise).
+class RecordingHost : public HostEvents {
+ public:
+  void OnTermin(std::shared_ptr<kdZVTermin>& mZVTermin, int32_t& retVal) override;
+  void OnSyncLog(std::string& strInfo) override { sync_log.push_back(strInfo); }
+  void OnCalendar(std::shared_ptr<kdZVCalendar>& mZVCalendar, int32_t& retVal) override;
+  void OnAttribute(std::shared_ptr<kdZVCalendar>& mZVCalendar, int32_t& retVal) override;
+  void OnQueryOpeningTime(std::shared_ptr<kdZVBelegungen>& retZVBelegungen,
+                          int32_t& retVal) override;
+  void EinstellungenAmServiceValidieren(std::string&, std::string&, std::string&,
+                                        std::string&) override {}
+  void ZentavoSyncTesten(std::shared_ptr<clZVSettings>&) override {}
+
+  bool accept = true;
+  std::string termin_id = "";  // the TerminIDHX given to an accepted add ("" = 1, 2, 3 ...)
+  std::vector<std::string> events;  // "OnTermin Add ZV-1", "OnCalendar CAL-1", ...
+  std::vector<std::string> sync_log;
+  std::function<void(kdZVBelegungen&)> opening_times;
+
+ private:
+  int next_id_ = 1;
+};
+
+// Plays the agent: answers an expected upload file with a download file.
+struct AgentStep {
+  std::string wait_for;  // upload file name that must exist first
+  std::string answer;    // download file name
+  std::string content;   // its content
+};
+
+class ExchangeHarness {
+ public:
+  ExchangeHarness();
+  ~ExchangeHarness();
+
+  // Creates the interface object (once; after the settings are set up).
+  kdZVInterface& Interface();
+  std::shared_ptr<clZVSettings> Settings() { return Interface().Settings(); }
+
+  // Runs StartSync with the agent's steps; the loop gives up (cancels)
+  // after `max_passes` passes of the wait loop.
+  enmZVRetValues Run(std::vector<AgentStep> steps, int max_passes = 50);
+
+  // An answer message of the agent with `body` inside SyncBody.
+  static std::string Answer(int session, int msg_id, const std::string& body);
+
+  // A file in one of the folders, joined as the component joins it.
+  std::string Up(const std::string& name) const { return Join(up, name); }
+  std::string Down(const std::string& name) const { return Join(down, name); }
+  std::string Depot(const std::string& name) const { return Join(depot, name); }
+  static std::string Join(const std::string& folder, const std::string& name);
+  std::string LogFile() const;
+
+  ScopedProcess process;
+  TempDir dir;
+  std::string up, down, depot;
+  FakeProfileFile profile;
+  FakeRegistry registry;
+  FixedClock clock{DateTime::FromDate(2024, 7, 1)};
+  RecordingUserInterface ui;
+  FakeWindowPlatform window;
+  RecordingHost host;
+  std::string sErr;
+  int passes = 0;
+  // Runs before each pass of the wait loop (after the agent's step).
+  std::function<void(ExchangeHarness&)> on_pass;
+
+ private:
+  class ScriptedPump;
+  std::unique_ptr<ScriptedPump> pump_;
+  std::unique_ptr<kdZVInterface> zv_;
+};
+
+}  // namespace kdzv::test
+
+#endif  // KDZV_TESTS_INTERFACE_EXCHANGE_HARNESS_H_
