@@ -1,6 +1,7 @@
 // Runs the real zvsync program as a user would.
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
 #include <sys/wait.h>
 
 #include <cstdio>
@@ -59,6 +60,56 @@ TEST_F(ZvsyncProcess, AnalyzeOfAnUnreadableFileFails) {
   EXPECT_NE(read.out.find("log: (AnalyzeOrderFile) --> Achtung: Fehler beim Lesen der Datei: "),
             std::string::npos)
       << read.out;
+}
+
+TEST_F(ZvsyncProcess, SyncRunsAWholeExchangeWithAnAgentOnTheOtherSide) {
+  test::TempDir x;
+  for (const char* folder : {"up", "down", "depot", "staging"}) {
+    ::mkdir((x.path() + "/" + folder).c_str(), 0755);
+  }
+  const std::string header =
+      "<?xml version=\"1.0\" encoding=\"utf-8\"?><SyncML><SyncHdr><VerDTD>1.0</VerDTD>"
+      "<VerProto>SyncZV/1.0</VerProto><SessionID>1</SessionID>";
+  test::WriteFileBytes(x.path() + "/staging/HX1_2.xml",
+                       header + "<MsgID>2</MsgID></SyncHdr><SyncBody><Add><CmdID>2</CmdID>"
+                                "<VEvent><Source>ZV-1</Source><Customer><DateOfBirth>19700315"
+                                "</DateOfBirth></Customer></VEvent></Add></SyncBody></SyncML>");
+  test::WriteFileBytes(x.path() + "/staging/HX1_4.xml",
+                       header + "<MsgID>4</MsgID></SyncHdr><SyncBody><Status><Cmd>SyncHdr</Cmd>"
+                                "<Data>Session End</Data></Status></SyncBody></SyncML>");
+  // The agent: waits for each message and answers by renaming a finished
+  // file into the download folder.
+  const std::string d = "'" + x.path() + "'";
+  const std::string script =
+      std::string(KDZV_ZVSYNC_PATH) + " sync --download " + d + "/down --upload " + d +
+      "/up --depot " + d + "/depot --prefix HX --cfg " + d + "/zv.cfg --log-file " + d +
+      "/zv.log --log & pid=$!; "
+      "for n in 1 3; do i=0; while [ ! -f " + d + "/up/HX1_$n.xml ] && [ $i -lt 200 ]; do "
+      "sleep 0.05; i=$((i+1)); done; m=$((n+1)); mv " + d + "/staging/HX1_$m.xml " + d +
+      "/down/; done; wait $pid; echo exit=$?";
+  test::WriteFileBytes(x.path() + "/agent.sh", script);
+  const Result sync = RunShell("env TZ=Europe/Berlin XDG_CONFIG_HOME='" + home.path() +
+                               "' sh '" + x.path() + "/agent.sh' </dev/null 2>&1");
+  EXPECT_NE(sync.out.find("Neue Datei erhalten: HX1_2.xml"), std::string::npos) << sync.out;
+  EXPECT_NE(sync.out.find("Synchronisation erfolgreich abgeschlossen."), std::string::npos)
+      << sync.out;
+  EXPECT_NE(sync.out.find("exit=0"), std::string::npos) << sync.out;
+  const std::string answer = test::ReadFileBytes(x.path() + "/up/HX1_3.xml");
+  EXPECT_NE(answer.find("<Map><CmdID>2</CmdID><VEvent><Source>1</Source><Target>ZV-1</Target>"),
+            std::string::npos)
+      << answer;
+  EXPECT_EQ(test::FolderEntries(x.path() + "/depot").size(), 2u);
+  EXPECT_NE(test::ReadFileBytes(x.path() + "/zv.cfg").find("LastSessionID=1"), std::string::npos);
+}
+
+TEST_F(ZvsyncProcess, SyncWithAMissingFolderExitsOne) {
+  const Result sync = Zvsync("sync --download /nonexistent/down --upload /nonexistent/up "
+                             "--cfg '" + home.path() + "/zv.cfg' --log-file '" + home.path() +
+                             "/zv.log' </dev/null");
+  EXPECT_EQ(sync.status, 1) << sync.out;
+  EXPECT_NE(sync.out.find("Fehler: Der eingestellte Downloadpfad existiert nicht: /nonexistent/down"),
+            std::string::npos)
+      << sync.out;
 }
 
 TEST_F(ZvsyncProcess, ConvertUnderUtcIsIdentity) {
