@@ -31,6 +31,21 @@ std::shared_ptr<clZVTermin> StatusReplace(const clZVTermin& received, const kdZV
   return replace;
 }
 
+// The map of an appointment the host took: its id with the service's.
+void AddTerminMap(clZVUpDownFile& answer, const kdZVTermin& record) {
+  clZVTerminKey key;
+  key.TerminKeySource = record.TerminIDHX;
+  key.TerminKeyTarget = record.TerminIDZV;
+  answer.MapTerminCol().Add(key, 0);
+}
+
+// "<what> am <date> um <time> für <name>,<first name> (Behandlung: <method>)"
+std::string TerminLine(std::string_view what, Clock& clock, const kdZVTermin& record) {
+  return std::string(what) + " am " + clock.ShortDate(record.TerminStart) + " um " +
+         record.TerminStart.Format("hh:nn") + " für " + record.PatientName + "," +
+         record.PatientVorname + " (Behandlung: " + record.TerminMethode + ")";
+}
+
 bool AnswerIsEmpty(clZVUpDownFile& answer) {
   return answer.AlertCol().Count() == 0 && answer.StatusCol().Count() == 0 &&
          answer.MapCalendarCol().Count() == 0 && answer.AddAttributesCol().Count() == 0 &&
@@ -143,9 +158,7 @@ void kdZVInterface::HandleDownFile(clZVUpDownFile& received, bool& send_reply,
       auto record = std::make_shared<kdZVTermin>();
       matching_.CopyZVTerminToHXTermin(*item->Termin, *record);
       record->TerminCommand = Termin_Add;
-      LogAndShow("-> Neuer Termin am " + ports_.clock.ShortDate(record->TerminStart) + " um " +
-                 record->TerminStart.Format("hh:nn") + " für " + record->PatientName + "," +
-                 record->PatientVorname + " (Behandlung: " + record->TerminMethode + ")");
+      LogAndShow(TerminLine("-> Neuer Termin", ports_.clock, *record));
       int32_t retVal = 0;
       host_.OnTermin(record, retVal);
       WriteLogLine("-> OnTermin() returned " + Returned(retVal));
@@ -154,10 +167,7 @@ void kdZVInterface::HandleDownFile(clZVUpDownFile& received, bool& send_reply,
       if (retVal != 0) {
         WriteLogLine("-> mHXTermin.TerminIDHX=" + record->TerminIDHX);
         if (HostIdNumber(record->TerminIDHX) > 0) {
-          clZVTerminKey key;
-          key.TerminKeySource = record->TerminIDHX;
-          key.TerminKeyTarget = record->TerminIDZV;
-          answer.MapTerminCol().Add(key, 0);
+          AddTerminMap(answer, *record);
           WriteLogLine("-> MapTermin: HX=" + record->TerminIDHX + " ZV=" + record->TerminIDZV);
         }
         if (record->TerminStatus == TerminStatus_Requested) {
@@ -177,9 +187,7 @@ void kdZVInterface::HandleDownFile(clZVUpDownFile& received, bool& send_reply,
       auto record = std::make_shared<kdZVTermin>();
       matching_.CopyZVTerminToHXTermin(*item->Termin, *record);
       record->TerminCommand = Termin_Replace;
-      LogAndShow("-> Termin ersetzen am " + ports_.clock.ShortDate(record->TerminStart) + " um " +
-                 record->TerminStart.Format("hh:nn") + " für " + record->PatientName + "," +
-                 record->PatientVorname + " (Behandlung: " + record->TerminMethode + ")");
+      LogAndShow(TerminLine("-> Termin ersetzen", ports_.clock, *record));
       int32_t retVal = 0;
       host_.OnTermin(record, retVal);
       WriteLogLine("-> OnTermin() returned " + Returned(retVal));
@@ -188,10 +196,7 @@ void kdZVInterface::HandleDownFile(clZVUpDownFile& received, bool& send_reply,
         answer.StatusCol().Add("Replace", "", std::to_string(item->CmdID), msg_ref, "200",
                                "Replace positiv bestaetigt... (RS)");
         if (HostIdNumber(record->TerminIDHX) > 0) {
-          clZVTerminKey key;
-          key.TerminKeySource = record->TerminIDHX;
-          key.TerminKeyTarget = record->TerminIDZV;
-          answer.MapTerminCol().Add(key, 0);
+          AddTerminMap(answer, *record);
           WriteLogLine("-> MapTermin (wg. Replace): HX=" + record->TerminIDHX +
                        " ZV=" + record->TerminIDZV);
         }
