@@ -35,6 +35,32 @@ void ReportUnknown(std::string_view prefix, std::string_view lower_name) {
   ReportLine(text);
 }
 
+// The reading of every calendar and attribute item: each child is one of the
+// common fields, or something `other` knows (it answers false when it does
+// not), or an unknown node reported with `prefix`. False for an element
+// without children; a run-time error is reported under `module`.
+template <class Other>
+bool ReadItem(const XmlElement& node, std::string_view module, std::string_view prefix,
+              std::string& source, std::string& target, std::string& title, Other&& other) {
+  try {
+    if (node.Children().empty()) return false;
+    size_t visited = 0;
+    for (const XmlElement& child : node.Children()) {
+      const std::string name = ToLower(child.Name());
+      if (!ReadCommonField(name, child, source, target, title) && !other(name, child)) {
+        ReportUnknown(prefix, name);
+      }
+      ++visited;
+    }
+    return visited == node.Children().size();
+  } catch (...) {
+    ReportCurrentError(module, "ReadFromXMLNode", "");
+    return false;
+  }
+}
+
+bool NoOtherField(std::string_view, const XmlElement&) { return false; }
+
 XmlElement& AppendElement(XmlDocument& document, XmlElement& parent, std::string_view name) {
   return parent.AppendChild(document.CreateElement(name));
 }
@@ -44,21 +70,7 @@ XmlElement& AppendElement(XmlDocument& document, XmlElement& parent, std::string
 // --- clZVCalendar -----------------------------------------------------------
 
 bool clZVCalendar::ReadFromXMLNode(const XmlElement& node) {
-  try {
-    if (node.Children().empty()) return false;
-    size_t visited = 0;
-    for (const XmlElement& child : node.Children()) {
-      const std::string name = ToLower(child.Name());
-      if (!ReadCommonField(name, child, Source, Target, Title)) {
-        ReportUnknown(kUnknownCalendarNode, name);
-      }
-      ++visited;
-    }
-    return visited == node.Children().size();
-  } catch (...) {
-    ReportCurrentError(kModule, "ReadFromXMLNode", "");
-    return false;
-  }
+  return ReadItem(node, kModule, kUnknownCalendarNode, Source, Target, Title, NoOtherField);
 }
 
 bool clZVCalendar::CreateXMLSource(XmlDocument& document, XmlElement& parent) const {
@@ -91,21 +103,7 @@ bool clZVCalendarKey::CreateXMLSource(XmlDocument& document, XmlElement& parent)
 // --- clZVAttributeValue -----------------------------------------------------
 
 bool clZVAttributeValue::ReadFromXMLNode(const XmlElement& node) {
-  try {
-    if (node.Children().empty()) return false;
-    size_t visited = 0;
-    for (const XmlElement& child : node.Children()) {
-      const std::string name = ToLower(child.Name());
-      if (!ReadCommonField(name, child, Source, Target, Title)) {
-        ReportUnknown(kUnknownAttributeNode, name);
-      }
-      ++visited;
-    }
-    return visited == node.Children().size();
-  } catch (...) {
-    ReportCurrentError(kModule, "ReadFromXMLNode", "");
-    return false;
-  }
+  return ReadItem(node, kModule, kUnknownAttributeNode, Source, Target, Title, NoOtherField);
 }
 
 bool clZVAttributeValue::CreateXMLSource(XmlDocument& document, XmlElement& parent,
@@ -136,27 +134,18 @@ std::shared_ptr<clZVAttributeValue> clZVAttributeValues::Add(std::string_view So
 // --- clZVAttribute ----------------------------------------------------------
 
 bool clZVAttribute::ReadFromXMLNode(const XmlElement& node) {
-  try {
-    if (node.Children().empty()) return false;
-    size_t visited = 0;
-    for (const XmlElement& child : node.Children()) {
-      const std::string name = ToLower(child.Name());
-      if (name == "value") {
-        // The attribute's one value reads every "Value" element; a later one
-        // overwrites what an earlier one set.
-        if (!Value->ReadFromXMLNode(child)) {
-          ReportLine("clZVAttribute.ReadFromXMLNode: AttributeValue konnte nicht gelesen werden.");
-        }
-      } else if (!ReadCommonField(name, child, Source, Target, Title)) {
-        ReportUnknown(kUnknownAttributeNode, name);
-      }
-      ++visited;
-    }
-    return visited == node.Children().size();
-  } catch (...) {
-    ReportCurrentError(kModule, "ReadFromXMLNode", "");
-    return false;
-  }
+  return ReadItem(node, kModule, kUnknownAttributeNode, Source, Target, Title,
+                  [this](std::string_view name, const XmlElement& child) {
+                    if (name != "value") return false;
+                    // The attribute's one value reads every "Value" element;
+                    // a later one overwrites what an earlier one set.
+                    if (!Value->ReadFromXMLNode(child)) {
+                      ReportLine(
+                          "clZVAttribute.ReadFromXMLNode: AttributeValue konnte nicht gelesen "
+                          "werden.");
+                    }
+                    return true;
+                  });
 }
 
 bool clZVAttribute::CreateXMLSource(XmlDocument& document, XmlElement& parent,
@@ -185,29 +174,19 @@ std::shared_ptr<clZVAttributeValue> clZVAttributeMulti::FirstValue() const {
 }
 
 bool clZVAttributeMulti::ReadFromXMLNode(const XmlElement& node) {
-  try {
-    if (node.Children().empty()) return false;
-    size_t visited = 0;
-    for (const XmlElement& child : node.Children()) {
-      const std::string name = ToLower(child.Name());
-      if (name == "value") {
-        auto value = std::make_shared<clZVAttributeValue>();
-        if (value->ReadFromXMLNode(child)) {
-          Values->Add(std::move(value));
-        } else {
-          ReportLine(
-              "clZVAttributeMulti.ReadFromXMLNode: AttributeValue konnte nicht gelesen werden.");
-        }
-      } else if (!ReadCommonField(name, child, Source, Target, Title)) {
-        ReportUnknown(kUnknownAttributeNode, name);
-      }
-      ++visited;
-    }
-    return visited == node.Children().size();
-  } catch (...) {
-    ReportCurrentError(kModule, "ReadFromXMLNode", "");
-    return false;
-  }
+  return ReadItem(node, kModule, kUnknownAttributeNode, Source, Target, Title,
+                  [this](std::string_view name, const XmlElement& child) {
+                    if (name != "value") return false;
+                    auto value = std::make_shared<clZVAttributeValue>();
+                    if (value->ReadFromXMLNode(child)) {
+                      Values->Add(std::move(value));
+                    } else {
+                      ReportLine(
+                          "clZVAttributeMulti.ReadFromXMLNode: AttributeValue konnte nicht "
+                          "gelesen werden.");
+                    }
+                    return true;
+                  });
 }
 
 bool clZVAttributeMulti::CreateXMLSource(XmlDocument& document, XmlElement& parent,
