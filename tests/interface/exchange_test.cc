@@ -292,5 +292,65 @@ TEST(ExchangeTest, AFileHeldOpenIsTakenOnALaterTick) {
                        "Die Datei kann nicht exklusiv geöffnet werden"));
 }
 
+TEST(ExchangeTest, OpeningTimesAreMergedByPractitionerMethodAndDay) {
+  ExchangeHarness h;
+  h.host.opening_times = [](kdZVBelegungen& belegungen) {
+    const DateTime july1 = DateTime::FromDate(2024, 7, 1);
+    auto first = belegungen.Add(3, 2, july1);
+    first->BehandlerIDext = "CAL-2";
+    first->Zeiten->Add(30, july1.AddMinutes(8 * 60));
+    // The same practitioner, method and day again: merged into one Day.
+    belegungen.Add(3, 2, july1)->Zeiten->Add(45, july1.AddMinutes(10 * 60));
+    // Another day of the same method.
+    belegungen.Add(3, 2, DateTime::FromDate(2024, 7, 2));
+  };
+  h.Run({{"HX1_1.xml", "HX1_2.xml",
+          ExchangeHarness::Answer(1, 2, "<Get><CmdID>5</CmdID><OpeningTime/></Get>")},
+         {"HX1_3.xml", "HX1_4.xml", ExchangeHarness::Answer(1, 4, kSessionEnd)}});
+  EXPECT_EQ(h.host.events, Names{"OnQueryOpeningTime"});
+  const std::string answer = test::ReadFileBytes(h.Up("HX1_3.xml"));
+  EXPECT_TRUE(Contains(answer,
+                       "<SyncBody><Replace><CmdID>1</CmdID><OpeningTime><Calendar><Source>2"
+                       "</Source><Target>CAL-2</Target></Calendar><Attribute_Value><Source>3"
+                       "</Source><Target/><Title/><Day>20240701:20240701T060000Z/30;"
+                       "20240701T080000Z/45</Day><Day>20240702:</Day></Attribute_Value>"
+                       "</OpeningTime></Replace></SyncBody>"))
+      << answer;
+}
+
+TEST(ExchangeTest, TheUserCancelsFromTheWindow) {
+  ExchangeHarness h;
+  // The window is gone once StartSync returns: keep what it was asked.
+  Names questions;
+  h.on_pass = [&questions](ExchangeHarness& x) {
+    if (x.passes == 2) {
+      x.window.View().answer = true;
+      x.window.View().input.CancelClicked();
+      questions = x.window.View().questions;
+    }
+  };
+  EXPECT_EQ(h.Run({}), ZV_Error_Cancel);
+  EXPECT_EQ(questions, Names{"Soll der Syncronisation-Prozess wirklich abgebrochen werden?"});
+  const Names& log = h.host.sync_log;
+  ASSERT_GE(log.size(), 2u);
+  EXPECT_EQ(log[log.size() - 2], "Abbruch durch Benutzer.");
+  EXPECT_EQ(log.back(), "Synchronisation abgebrochen.");
+  EXPECT_TRUE(Contains(test::ReadFileBytes(h.LogFile()),
+                       "[SyncForm_OnLog] Abbruch durch Benutzer.\r\n"));
+}
+
+TEST(ExchangeTest, ARefusedCalendarGetsNoStatusAndNoMap) {
+  ExchangeHarness h;
+  h.host.accept = false;
+  h.Run({{"HX1_1.xml", "HX1_2.xml",
+          ExchangeHarness::Answer(1, 2, "<Add><CmdID>2</CmdID><Calendar><Source>CAL-1</Source>"
+                                        "<Title>Dr. Weber</Title></Calendar></Add>")}});
+  EXPECT_EQ(h.host.events, Names{"OnCalendar CAL-1"});
+  // Nothing to answer: the empty-answer rule ends the session.
+  const std::string answer = test::ReadFileBytes(h.Up("HX1_3.xml"));
+  EXPECT_TRUE(Contains(answer, "<SyncBody><Status><Cmd>SyncHdr</Cmd>")) << answer;
+  EXPECT_FALSE(Contains(answer, "<Map>"));
+}
+
 }  // namespace
 }  // namespace kdzv
