@@ -1,0 +1,2 @@
+// zvagent's entry point (being written).
+int main() { return 2; }
