@@ -83,10 +83,14 @@ std::string Attribute(const char* source, const char* name, const std::string& v
 
 }  // namespace
 
-std::string DownloadMessage(int appointments) {
+std::string DownloadMessage(int appointments) { return DownloadMessage(appointments, 17, 2); }
+
+std::string DownloadMessage(int appointments, int session_id, int msg_id) {
   std::string text =
       "<?xml version=\"1.0\" encoding=\"utf-8\"?>\r\n<SyncML><SyncHdr><VerDTD>1.0</VerDTD>"
-      "<VerProto>SyncZV/1.0</VerProto><SessionID>17</SessionID><MsgID>2</MsgID>"
+      "<VerProto>SyncZV/1.0</VerProto><SessionID>" +
+      std::to_string(session_id) + "</SessionID><MsgID>" + std::to_string(msg_id) +
+      "</MsgID>"
       "<Source><LocName>Zentavo</LocName><LocURI/></Source>"
       "<Target><LocName>Halvex</LocName><LocURI/></Target></SyncHdr>\r\n<SyncBody>\r\n";
   for (int i = 1; i <= appointments; ++i) {
@@ -117,6 +121,16 @@ std::string WriteTempFile(const std::string& name, const std::string& text) {
   const std::string path = std::string(folder) + "/" + name;
   std::ofstream(path, std::ios::binary) << text;
   return path;
+}
+
+std::string MakeTempFolder() {
+  char pattern[] = "/tmp/kdzv-bench-XXXXXX";
+  const char* folder = ::mkdtemp(pattern);
+  if (folder == nullptr) {
+    std::perror("mkdtemp");
+    std::exit(1);
+  }
+  return folder;
 }
 
 size_t HeapInUse() { return detail::g_in_use; }

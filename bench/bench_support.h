@@ -11,9 +11,15 @@ namespace kdzv::bench {
 // An answer of the agent with `appointments` added appointments, each with a
 // customer, a calendar and three attributes, as UTF-8 text.
 std::string DownloadMessage(int appointments);
+// The same answer as message `msg_id` of session `session_id` (the one
+// above is message 2 of session 17).
+std::string DownloadMessage(int appointments, int session_id, int msg_id);
 
 // Writes `text` to a file in a fresh temporary folder and returns its path.
 std::string WriteTempFile(const std::string& name, const std::string& text);
+
+// Makes a fresh, empty temporary folder and returns its path.
+std::string MakeTempFolder();
 
 // Heap accounting: bytes in use now and the highest figure since the last
 // ResetPeak. Counts every operator new of the program and every allocation
