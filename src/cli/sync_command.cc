@@ -1,23 +1,46 @@
 #include "cli/sync_command.h"
 
+#include <cstdint>
 #include <memory>
 #include <optional>
+#include <string_view>
 
+#include "cli/exchange_run.h"
+#include "cli/exec_host.h"
 #include "cli/hosts.h"
 #include "interface/kd_zv_interface.h"
-#include "interface/process.h"
-#include "settings/overlay_registry.h"
+#include "platform/child_process.h"
 
 namespace kdzv {
 
 namespace {
 
 struct SyncOptions {
-  std::optional<std::string> download, upload, depot, prefix, system_name, cfg, log_file;
-  bool slow_sync = false;
-  bool log = false;
+  ExchangeOverrides run;
   std::string host = "accept";
+  // With --host exec:COMMAND: the command, and how long it may take to answer.
+  std::string exec_command;
+  int32_t host_timeout = ExecHost::kDefaultTimeoutSeconds;
 };
+
+constexpr std::string_view kExecPrefix = "exec:";
+constexpr int32_t kMaxHostTimeout = 86400;
+
+// A whole number of seconds from 1 to kMaxHostTimeout.
+std::optional<int32_t> ParseSeconds(const std::string& text) {
+  if (text.empty() || text.size() > 5) return std::nullopt;
+  int32_t seconds = 0;
+  for (const char c : text) {
+    if (c < '0' || c > '9') return std::nullopt;
+    seconds = seconds * 10 + (c - '0');
+  }
+  if (seconds < 1 || seconds > kMaxHostTimeout) return std::nullopt;
+  return seconds;
+}
+
+bool IsBlank(std::string_view text) {
+  return text.find_first_not_of(" \t\r\n") == std::string_view::npos;
+}
 
 // Parses the options; an empty optional result means bad usage (reported).
 std::optional<SyncOptions> Parse(const std::vector<std::string>& args, CliContext& context) {
@@ -34,36 +57,53 @@ std::optional<SyncOptions> Parse(const std::vector<std::string>& args, CliContex
     };
     bool ok = true;
     if (arg == "--download") {
-      ok = value(options.download);
+      ok = value(options.run.download);
     } else if (arg == "--upload") {
-      ok = value(options.upload);
+      ok = value(options.run.upload);
     } else if (arg == "--depot") {
-      ok = value(options.depot);
+      ok = value(options.run.depot);
     } else if (arg == "--prefix") {
-      ok = value(options.prefix);
+      ok = value(options.run.prefix);
     } else if (arg == "--system-name") {
-      ok = value(options.system_name);
+      ok = value(options.run.system_name);
     } else if (arg == "--cfg") {
-      ok = value(options.cfg);
+      ok = value(options.run.cfg);
     } else if (arg == "--log-file") {
-      ok = value(options.log_file);
+      ok = value(options.run.log_file);
     } else if (arg == "--slow-sync") {
-      options.slow_sync = true;
+      options.run.slow_sync = true;
     } else if (arg == "--log") {
-      options.log = true;
+      options.run.log = true;
     } else if (arg == "--host") {
       std::optional<std::string> host;
       ok = value(host);
       if (ok) options.host = *host;
+    } else if (arg == "--host-timeout") {
+      std::optional<std::string> text;
+      ok = value(text);
+      if (!ok) return std::nullopt;
+      const std::optional<int32_t> seconds = ParseSeconds(*text);
+      if (!seconds) {
+        context.err << "zvsync: --host-timeout needs a whole number of seconds from 1 to "
+                    << kMaxHostTimeout << ", not \"" << *text << "\" (see zvsync --help)\n";
+        return std::nullopt;
+      }
+      options.host_timeout = *seconds;
     } else {
       context.err << "zvsync: unknown option \"" << arg << "\" (see zvsync --help)\n";
       return std::nullopt;
     }
     if (!ok) return std::nullopt;
   }
-  if (options.host != "accept" && options.host != "refuse") {
+  if (options.host.rfind(kExecPrefix, 0) == 0) {
+    options.exec_command = options.host.substr(kExecPrefix.size());
+    if (IsBlank(options.exec_command)) {
+      context.err << "zvsync: --host exec: needs a command (see zvsync --help)\n";
+      return std::nullopt;
+    }
+  } else if (options.host != "accept" && options.host != "refuse") {
     context.err << "zvsync: unknown host \"" << options.host
-                << "\" (accept or refuse) (see zvsync --help)\n";
+                << "\" (accept, refuse or exec:COMMAND) (see zvsync --help)\n";
     return std::nullopt;
   }
   return options;
@@ -78,37 +118,38 @@ int SyncCommand(const std::vector<std::string>& args, CliContext& context) {
     context.err << "zvsync: sync is not available on this platform yet\n";
     return kExitFailure;
   }
-  ExchangePorts& exchange = *context.exchange;
-  if (options->cfg || options->log_file) {
-    process::SetFilePaths(options->log_file.value_or(process::LogFilePath()),
-                          options->cfg.value_or(process::ConfigFilePath()));
-  }
-
+  // The bridge host reports its problems on standard error and, once the
+  // interface object exists, into the component's log.
+  kdZVInterface* log_target = nullptr;
+  ExecHost* bridge = nullptr;
   std::unique_ptr<CountingHost> host;
-  if (options->host == "refuse") {
+  if (!options->exec_command.empty()) {
+    std::string error;
+    std::unique_ptr<HostChannel> channel = StartShellCommand(options->exec_command, error);
+    if (!channel) {
+      context.err << "zvsync: cannot start the host: " << error << "\n";
+      return kExitFailure;
+    }
+    auto report = [&context, &log_target](const std::string& text) {
+      context.err << "zvsync: host: " << text << "\n" << std::flush;
+      if (log_target != nullptr) log_target->WriteLogLine("(ExecHost) --> ERROR: " + text);
+    };
+    auto exec_host = std::make_unique<ExecHost>(context.out, std::move(channel), report,
+                                                options->host_timeout);
+    bridge = exec_host.get();
+    host = std::move(exec_host);
+  } else if (options->host == "refuse") {
     host = std::make_unique<RefusingHost>(context.out);
   } else {
     host = std::make_unique<AcceptingHost>(context.out);
   }
 
-  // Options change the settings of this run only.
-  OverlayRegistry registry(context.registry);
-  const InterfacePorts ports{context.file_system, exchange.clock,         context.time_zone,
-                             exchange.profile,    registry,               exchange.user_interface,
-                             context.xml_parser,  exchange.window,        exchange.pump};
-  kdZVInterface zv(ports, *host);
-  const std::shared_ptr<clZVSettings> settings = zv.Settings();
-  if (options->download) settings->SetDownloadPath(*options->download);
-  if (options->upload) settings->SetUploadPath(*options->upload);
-  if (options->depot) settings->SetAblagePath(*options->depot);
-  if (options->prefix) settings->SetFilePraefix(*options->prefix);
-  if (options->system_name) settings->SetSystemName(*options->system_name);
-  if (options->slow_sync) settings->SetSlowSync(true);
-  if (options->log) settings->SetDoLog(true);
-
-  if (exchange.catch_interrupt) exchange.catch_interrupt();
   std::string error;
-  const enmZVRetValues result = zv.StartSync(0, error);
+  const enmZVRetValues result =
+      RunExchange(options->run, context, *host, error, [&](kdZVInterface* zv) {
+        if (zv == nullptr && bridge != nullptr) bridge->Finish();
+        log_target = zv;
+      });
   if (!error.empty()) context.err << "zvsync: " << error << "\n";
   return static_cast<int>(result);
 }

@@ -1,5 +1,5 @@
 // zvsync sync: one whole exchange, headless, with a host that accepts or
-// refuses every event.
+// refuses every event, or with a program that plays the host (exec:).
 #ifndef KDZV_CLI_SYNC_COMMAND_H_
 #define KDZV_CLI_SYNC_COMMAND_H_
 

@@ -1,0 +1,215 @@
+#include "cli/exec_host.h"
+
+#include <algorithm>
+#include <chrono>
+#include <exception>
+#include <utility>
+
+namespace kdzv {
+
+namespace {
+
+using SteadyClock = std::chrono::steady_clock;
+
+constexpr size_t kQuotedAnswerLimit = 200;
+
+// An answer as quoted in a report: cut after a while.
+std::string Quote(const std::string& line) {
+  if (line.size() <= kQuotedAnswerLimit) return line;
+  return line.substr(0, kQuotedAnswerLimit) + "...";
+}
+
+std::string Dump(const Json& message) {
+  // Text that is not UTF-8 goes out with replacement characters rather
+  // than failing the event.
+  return message.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+}  // namespace
+
+ExecHost::ExecHost(std::ostream& out, std::unique_ptr<HostChannel> channel,
+                   ErrorSink report_error, int32_t timeout_seconds)
+    : CountingHost(out),
+      channel_(std::move(channel)),
+      report_error_(std::move(report_error)),
+      timeout_seconds_(timeout_seconds) {}
+
+ExecHost::~ExecHost() { Finish(); }
+
+void ExecHost::Finish() {
+  if (channel_) {
+    channel_->CloseAndWait(kExitGraceMs);
+    channel_.reset();
+  }
+  ended_ = true;
+}
+
+void ExecHost::OnTermin(std::shared_ptr<kdZVTermin>& mZVTermin, int32_t& retVal) {
+  Count(TerminEventName(*mZVTermin));
+  AskAboutRecord("OnTermin", *mZVTermin, retVal);
+}
+
+void ExecHost::OnCalendar(std::shared_ptr<kdZVCalendar>& mZVCalendar, int32_t& retVal) {
+  Count("OnCalendar");
+  AskAboutRecord("OnCalendar", *mZVCalendar, retVal);
+}
+
+void ExecHost::OnAttribute(std::shared_ptr<kdZVCalendar>& mZVCalendar, int32_t& retVal) {
+  Count("OnAttribute");
+  AskAboutRecord("OnAttribute", *mZVCalendar, retVal);
+}
+
+void ExecHost::OnSyncLog(std::string& strInfo) {
+  CountingHost::OnSyncLog(strInfo);
+  const std::string event = "OnSyncLog";
+  try {
+    Json message = Json::object();
+    message["event"] = event;
+    message["text"] = strInfo;
+    Send(event, message, false);
+  } catch (const std::exception& failure) {
+    Report(event, std::string("unexpected failure: ") + failure.what());
+  }
+}
+
+void ExecHost::OnQueryOpeningTime(std::shared_ptr<kdZVBelegungen>& retZVBelegungen,
+                                  int32_t& retVal) {
+  Count("OnQueryOpeningTime");
+  const std::string event = "OnQueryOpeningTime";
+  try {
+    if (!retZVBelegungen) retZVBelegungen = std::make_shared<kdZVBelegungen>();
+    Json message = Json::object();
+    message["event"] = event;
+    const std::optional<Json> answer = Ask(event, message);
+    if (!answer) return;
+    int32_t answered = 0;
+    std::string error;
+    bool readable = ReadRetVal(*answer, "belegungen", answered, error);
+    const auto belegungen = answer->find("belegungen");
+    if (readable && belegungen != answer->end()) {
+      readable = ReadBelegungen(*belegungen, *retZVBelegungen, error);
+    }
+    if (!readable) {
+      Report(event, "unreadable answer: " + error);
+      return;
+    }
+    retVal = answered;
+  } catch (const std::exception& failure) {
+    Report(event, std::string("unexpected failure: ") + failure.what());
+  }
+}
+
+template <class Record>
+void ExecHost::AskAboutRecord(const std::string& event, Record& record, int32_t& retVal) {
+  try {
+    Json message = Json::object();
+    message["event"] = event;
+    message["record"] = RecordToJson(record);
+    const std::optional<Json> answer = Ask(event, message);
+    if (!answer) return;
+    int32_t answered = 0;
+    std::string error;
+    bool readable = ReadRetVal(*answer, "record", answered, error);
+    const auto changes = answer->find("record");
+    if (readable && changes != answer->end()) {
+      readable = ApplyJsonToRecord(*changes, record, error);
+    }
+    if (!readable) {
+      Report(event, "unreadable answer: " + error);
+      return;
+    }
+    retVal = answered;
+  } catch (const std::exception& failure) {
+    Report(event, std::string("unexpected failure: ") + failure.what());
+  }
+}
+
+bool ExecHost::Send(const std::string& event, const Json& message, bool answer_expected) {
+  if (ended_) {
+    // A log line needs no answer: once the host is known to have ended,
+    // it is dropped without a word, or every window line would report.
+    if (answer_expected) Report(event, "the host has ended");
+    return false;
+  }
+  switch (channel_->WriteLine(Dump(message), TimeoutMs())) {
+    case HostChannel::Status::kOk:
+      return true;
+    case HostChannel::Status::kClosed:
+      ended_ = true;
+      Report(event, "the host has ended");
+      return false;
+    case HostChannel::Status::kTimeout:
+      // The line goes out with the next one; its answer comes late.
+      if (answer_expected) ++owed_answers_;
+      Report(event, "the host takes no input within " + std::to_string(timeout_seconds_) + " s");
+      return false;
+  }
+  return false;
+}
+
+std::optional<Json> ExecHost::Ask(const std::string& event, const Json& message) {
+  if (!Send(event, message, true)) return std::nullopt;
+  const auto deadline = SteadyClock::now() + std::chrono::milliseconds(TimeoutMs());
+  std::string line;
+  while (true) {
+    const auto left =
+        std::chrono::duration_cast<std::chrono::milliseconds>(deadline - SteadyClock::now());
+    switch (channel_->ReadLine(std::max<int64_t>(left.count(), 0), line)) {
+      case HostChannel::Status::kOk:
+        break;
+      case HostChannel::Status::kClosed:
+        ended_ = true;
+        Report(event, "the host has ended");
+        return std::nullopt;
+      case HostChannel::Status::kTimeout:
+        ++owed_answers_;
+        Report(event, "no answer within " + std::to_string(timeout_seconds_) + " s");
+        return std::nullopt;
+    }
+    if (owed_answers_ > 0) {
+      // The late answer of an earlier event.
+      --owed_answers_;
+      continue;
+    }
+    Json answer = Json::parse(line, nullptr, false);
+    if (answer.is_discarded()) {
+      Report(event, "unreadable answer: not JSON: " + Quote(line));
+      return std::nullopt;
+    }
+    if (!answer.is_object()) {
+      Report(event, "unreadable answer: not a JSON object: " + Quote(line));
+      return std::nullopt;
+    }
+    return answer;
+  }
+}
+
+bool ExecHost::ReadRetVal(const Json& answer, const char* payload, int32_t& retVal,
+                          std::string& error) {
+  for (const auto& member : answer.items()) {
+    if (member.key() != "retVal" && member.key() != payload) {
+      error = "unknown member \"" + member.key() + "\"";
+      return false;
+    }
+  }
+  const auto found = answer.find("retVal");
+  if (found == answer.end()) {
+    error = "\"retVal\" is missing";
+    return false;
+  }
+  if (found->is_boolean()) {
+    retVal = found->get<bool>() ? -1 : 0;
+  } else if (found->is_number()) {
+    retVal = found->get<double>() != 0.0 ? -1 : 0;
+  } else {
+    error = "\"retVal\" must be true, false or a number";
+    return false;
+  }
+  return true;
+}
+
+void ExecHost::Report(const std::string& event, const std::string& problem) {
+  if (report_error_) report_error_(event + ": " + problem);
+}
+
+}  // namespace kdzv
