@@ -35,14 +35,12 @@ class TerminalView : public SyncWindowView {
   bool AskYesNo(std::string_view question) override;
 
   bool Shown() const { return shown_; }
-  const std::string& LogText() const { return log_text_; }
 
  private:
   std::FILE* in_;
   std::FILE* out_;
   TerminalCheck is_terminal_;
   bool shown_ = false;
-  std::string log_text_;
 };
 
 }  // namespace kdzv::posix
