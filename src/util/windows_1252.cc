@@ -65,6 +65,19 @@ char32_t Decode(std::string_view text, size_t& i) {
   return value;
 }
 
+void AppendUtf8(std::string& out, char32_t c) {
+  if (c < 0x80) {
+    out.push_back(static_cast<char>(c));
+  } else if (c < 0x800) {
+    out.push_back(static_cast<char>(0xC0 | (c >> 6)));
+    out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
+  } else {  // the code page reaches no further than U+FFFF
+    out.push_back(static_cast<char>(0xE0 | (c >> 12)));
+    out.push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
+    out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
+  }
+}
+
 }  // namespace
 
 std::string Utf8ToWindows1252(std::string_view utf8) {
@@ -79,6 +92,22 @@ std::string Utf8ToWindows1252(std::string_view utf8) {
       continue;
     }
     out.push_back(Encode(Decode(utf8, i)));
+  }
+  return out;
+}
+
+std::string Windows1252ToUtf8(std::string_view bytes) {
+  std::string out;
+  out.reserve(bytes.size());
+  for (char byte : bytes) {
+    const auto value = static_cast<unsigned char>(byte);
+    if (value < 0x80) {
+      out.push_back(byte);
+    } else if (value < 0xA0) {
+      AppendUtf8(out, kHighControls[value - 0x80]);
+    } else {
+      AppendUtf8(out, value);
+    }
   }
   return out;
 }
