@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "cli/analyze.h"
+#include "cli/demo_command.h"
 #include "cli/sync_command.h"
 #include "interface/zv_settings.h"
 #include "mapping/date_time_convert.h"
@@ -28,11 +29,18 @@ constexpr std::string_view kHelp =
     "      --prefix TEXT --system-name TEXT         file-name prefix, system name\n"
     "      --slow-sync --log                        ask for a slow sync; write the log\n"
     "      --cfg FILE --log-file FILE               other configuration and log files\n"
-    "      --host accept|refuse                     the host's answer to every event\n"
+    "      --host accept|refuse                     the host's answer to every event,\n"
+    "      --host exec:COMMAND                      or a program that plays the host (run by\n"
+    "                                               /bin/sh -c; one JSON line per event)\n"
+    "      --host-timeout SECONDS                   how long exec: waits for an answer (10)\n"
     "    options change the stored settings for this run only; the exit status is the\n"
     "    exchange's result (0 success, 1 folder missing, 3 files left, 4 cancelled, ...)\n"
     "  zvsync analyze FILE                 reads a message file of the agent and shows its\n"
     "                                      header, every command and every reader message\n"
+    "  zvsync demo [--dir DIR]             one whole exchange on fresh folders (in DIR, or a\n"
+    "                                      new temporary folder): the simulated agent plays\n"
+    "                                      the bundled scenario first-booking, the host\n"
+    "                                      accepts everything; then a summary\n"
     "\n"
     "Conversions use the process's time zone (TZ). Settings live in the per-user store\n"
     "(on Linux ${XDG_CONFIG_HOME:-~/.config}/kdzentavo/registry).\n"
@@ -122,6 +130,7 @@ int RunZvsync(const std::vector<std::string>& args, CliContext& context) {
   if (command == "convert") return Convert(args, context);
   if (command == "settings") return Settings(args, context);
   if (command == "sync") return SyncCommand(args, context);
+  if (command == "demo") return DemoCommand(args, context);
   if (command == "analyze") {
     if (args.size() != 2) return Usage(context, "analyze takes one file");
     return AnalyzeCommand(args[1], context);
