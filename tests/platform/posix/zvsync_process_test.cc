@@ -137,3 +137,45 @@ TEST_F(ZvsyncProcess, ExitStatuses) {
 
 }  // namespace
 }  // namespace kdzv
+
+namespace kdzv {
+namespace {
+
+TEST(ZvsyncDemo, RunsTheFirstBookingExchangeAndSumsItUp) {
+  test::TempDir home;
+  const std::string dir = home.path() + "/exchange";
+  const Result demo = RunShell("env TZ=Europe/Berlin XDG_CONFIG_HOME='" + home.path() + "' " +
+                               KDZV_ZVSYNC_PATH + " demo --dir '" + dir + "' </dev/null 2>&1");
+  EXPECT_EQ(demo.status, 0) << demo.out;
+  // The window's lines and the agent's transcript, interleaved line by line.
+  EXPECT_NE(demo.out.find("\nNeue Session für Zentavo wird initiiert:\n"), std::string::npos);
+  EXPECT_NE(demo.out.find("\nagent: received HX1_1.xml (SessionID 1, MsgID 1: Alert 206)\n"),
+            std::string::npos)
+      << demo.out;
+  EXPECT_NE(demo.out.find("\nagent: scenario first-booking passed\n"), std::string::npos);
+  const std::string summary = demo.out.substr(demo.out.find("== Summary"));
+  EXPECT_NE(summary.find("Result of the exchange: 0 (success)\n"), std::string::npos) << summary;
+  EXPECT_NE(summary.find("  OnCalendar                     2\n"), std::string::npos) << summary;
+  EXPECT_NE(summary.find("  OnTermin Add                   5\n"), std::string::npos) << summary;
+  EXPECT_NE(summary.find("  Status Add 201                10\n"), std::string::npos) << summary;
+  EXPECT_NE(summary.find("  Map Calendar                   2\n"), std::string::npos) << summary;
+  EXPECT_NE(summary.find("Files in the depot (3): HX1_2.xml HX1_4.xml HX1_6.xml\n"),
+            std::string::npos)
+      << summary;
+  EXPECT_NE(summary.find(", 0 failed: passed\n"), std::string::npos) << summary;
+  EXPECT_EQ(test::FolderEntries(dir + "/depot").size(), 3u);
+  EXPECT_NE(test::ReadFileBytes(dir + "/kdZentavo.cfg").find("LastSessionID=1"),
+            std::string::npos);
+}
+
+TEST(ZvsyncDemo, RefusesAFolderThatIsNotEmpty) {
+  test::TempDir home;
+  test::WriteFileBytes(home.path() + "/something", "x");
+  const Result demo = RunShell(std::string(KDZV_ZVSYNC_PATH) + " demo --dir '" + home.path() +
+                               "' </dev/null 2>&1");
+  EXPECT_EQ(demo.status, 1);
+  EXPECT_EQ(demo.out, "zvsync: demo: the folder is not empty: " + home.path() + "\n");
+}
+
+}  // namespace
+}  // namespace kdzv
