@@ -75,45 +75,36 @@ void ExecHost::OnSyncLog(std::string& strInfo) {
 void ExecHost::OnQueryOpeningTime(std::shared_ptr<kdZVBelegungen>& retZVBelegungen,
                                   int32_t& retVal) {
   Count("OnQueryOpeningTime");
-  const std::string event = "OnQueryOpeningTime";
-  try {
-    if (!retZVBelegungen) retZVBelegungen = std::make_shared<kdZVBelegungen>();
-    Json message = Json::object();
-    message["event"] = event;
-    const std::optional<Json> answer = Ask(event, message);
-    if (!answer) return;
-    int32_t answered = 0;
-    std::string error;
-    bool readable = ReadRetVal(*answer, "belegungen", answered, error);
-    const auto belegungen = answer->find("belegungen");
-    if (readable && belegungen != answer->end()) {
-      readable = ReadBelegungen(*belegungen, *retZVBelegungen, error);
-    }
-    if (!readable) {
-      Report(event, "unreadable answer: " + error);
-      return;
-    }
-    retVal = answered;
-  } catch (const std::exception& failure) {
-    Report(event, std::string("unexpected failure: ") + failure.what());
-  }
+  if (!retZVBelegungen) retZVBelegungen = std::make_shared<kdZVBelegungen>();
+  kdZVBelegungen& belegungen = *retZVBelegungen;
+  AskAndApply("OnQueryOpeningTime", Json{{"event", "OnQueryOpeningTime"}}, "belegungen", retVal,
+              [&belegungen](const Json& answer, std::string& error) {
+                return ReadBelegungen(answer, belegungen, error);
+              });
 }
 
 template <class Record>
 void ExecHost::AskAboutRecord(const std::string& event, Record& record, int32_t& retVal) {
+  Json message = Json::object();
+  message["event"] = event;
+  message["record"] = RecordToJson(record);
+  AskAndApply(event, message, "record", retVal,
+              [&record](const Json& changes, std::string& error) {
+                return ApplyJsonToRecord(changes, record, error);
+              });
+}
+
+template <class Apply>
+void ExecHost::AskAndApply(const std::string& event, const Json& message, const char* payload,
+                           int32_t& retVal, Apply&& apply) {
   try {
-    Json message = Json::object();
-    message["event"] = event;
-    message["record"] = RecordToJson(record);
     const std::optional<Json> answer = Ask(event, message);
     if (!answer) return;
     int32_t answered = 0;
     std::string error;
-    bool readable = ReadRetVal(*answer, "record", answered, error);
-    const auto changes = answer->find("record");
-    if (readable && changes != answer->end()) {
-      readable = ApplyJsonToRecord(*changes, record, error);
-    }
+    bool readable = ReadRetVal(*answer, payload, answered, error);
+    const auto found = answer->find(payload);
+    if (readable && found != answer->end()) readable = apply(*found, error);
     if (!readable) {
       Report(event, "unreadable answer: " + error);
       return;

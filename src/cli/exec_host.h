@@ -62,6 +62,13 @@ class ExecHost : public CountingHost {
   // Asks `event` of a record: sends its properties, applies the answer.
   template <class Record>
   void AskAboutRecord(const std::string& event, Record& record, int32_t& retVal);
+  // Sends `message` and reads the answer; when it is readable, lets `apply`
+  // take its `payload` member (when there is one; `apply` answers false
+  // with the error set) and then sets `retVal`. Reports and leaves `retVal`
+  // otherwise.
+  template <class Apply>
+  void AskAndApply(const std::string& event, const Json& message, const char* payload,
+                   int32_t& retVal, Apply&& apply);
   // Sends `message` and reads the answer object; nullopt after reporting.
   std::optional<Json> Ask(const std::string& event, const Json& message);
   // Sends `message`; false after reporting. `answer_expected`: the event

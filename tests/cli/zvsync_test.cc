@@ -94,5 +94,65 @@ TEST_F(ZvsyncTest, SettingsSetGetShow) {
             "PatIdentKriterium=0\n");
 }
 
+TEST_F(ZvsyncTest, TheHelpNamesTheHostBridge) {
+  EXPECT_EQ(Run({"--help"}), 0);
+  EXPECT_NE(out.str().find("--host exec:COMMAND"), std::string::npos) << out.str();
+  EXPECT_NE(out.str().find("--host-timeout SECONDS"), std::string::npos) << out.str();
+}
+
+TEST_F(ZvsyncTest, BadHostBridgeOptionsAreExitTwoWithOneLine) {
+  struct Case {
+    std::vector<std::string> args;
+    const char* message;
+  };
+  const std::vector<Case> cases = {
+      {{"sync", "--host", "exec:"}, "zvsync: --host exec: needs a command (see zvsync --help)\n"},
+      {{"sync", "--host", "exec: \t "},
+       "zvsync: --host exec: needs a command (see zvsync --help)\n"},
+      {{"sync", "--host", "Exec:true"},
+       "zvsync: unknown host \"Exec:true\" (accept, refuse or exec:COMMAND) "
+       "(see zvsync --help)\n"},
+      {{"sync", "--host-timeout"}, "zvsync: --host-timeout needs a value (see zvsync --help)\n"},
+      {{"sync", "--host-timeout", "0"},
+       "zvsync: --host-timeout needs a whole number of seconds from 1 to 86400, not \"0\" "
+       "(see zvsync --help)\n"},
+      {{"sync", "--host-timeout", "-3"},
+       "zvsync: --host-timeout needs a whole number of seconds from 1 to 86400, not \"-3\" "
+       "(see zvsync --help)\n"},
+      {{"sync", "--host-timeout", "86401"},
+       "zvsync: --host-timeout needs a whole number of seconds from 1 to 86400, not \"86401\" "
+       "(see zvsync --help)\n"},
+      {{"sync", "--host-timeout", "99999999999"},
+       "zvsync: --host-timeout needs a whole number of seconds from 1 to 86400, not "
+       "\"99999999999\" (see zvsync --help)\n"},
+      {{"sync", "--host-timeout", "1.5"},
+       "zvsync: --host-timeout needs a whole number of seconds from 1 to 86400, not \"1.5\" "
+       "(see zvsync --help)\n"},
+      {{"sync", "--host-timeout", ""},
+       "zvsync: --host-timeout needs a whole number of seconds from 1 to 86400, not \"\" "
+       "(see zvsync --help)\n"},
+      {{"sync", "--host-timeout", "ten", "--host", "exec:true"},
+       "zvsync: --host-timeout needs a whole number of seconds from 1 to 86400, not \"ten\" "
+       "(see zvsync --help)\n"},
+  };
+  for (const Case& c : cases) {
+    EXPECT_EQ(Run(c.args), 2) << ::testing::PrintToString(c.args);
+    EXPECT_EQ(err.str(), c.message) << ::testing::PrintToString(c.args);
+    EXPECT_EQ(out.str(), "");
+  }
+}
+
+TEST_F(ZvsyncTest, GoodHostBridgeOptionsGetPastTheParsing) {
+  // Without the ports of an exchange the run stops right after parsing.
+  for (const std::vector<std::string>& args : std::vector<std::vector<std::string>>{
+           {"sync", "--host", "exec:cat", "--host-timeout", "1"},
+           {"sync", "--host-timeout", "86400", "--host", "exec: sh -c 'exit 0'"},
+           {"sync", "--host-timeout", "30"},
+       }) {
+    EXPECT_EQ(Run(args), 1) << ::testing::PrintToString(args);
+    EXPECT_EQ(err.str(), "zvsync: sync is not available on this platform yet\n");
+  }
+}
+
 }  // namespace
 }  // namespace kdzv

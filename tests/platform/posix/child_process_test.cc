@@ -16,6 +16,7 @@
 #include <thread>
 
 #include "support/fakes.h"
+#include "support/process_state.h"
 
 namespace kdzv {
 namespace {
@@ -44,21 +45,6 @@ bool Collected(pid_t pid) {
   return ::waitpid(pid, nullptr, WNOHANG) == -1 && errno == ECHILD;
 }
 
-// Whether `pid` no longer runs: gone, or a zombie waiting for its parent.
-bool NotRunning(pid_t pid) {
-  for (int i = 0; i < 200; ++i) {
-    if (::kill(pid, 0) != 0 && errno == ESRCH) return true;
-    std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
-    std::string text;
-    std::getline(stat, text);
-    const size_t paren = text.rfind(')');
-    if (paren != std::string::npos && paren + 2 < text.size() && text[paren + 2] == 'Z') {
-      return true;
-    }
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  }
-  return false;
-}
 
 double SecondsSince(SteadyClock::time_point start) {
   return std::chrono::duration<double>(SteadyClock::now() - start).count();
@@ -125,7 +111,7 @@ TEST(ChildProcessTest, AChildThatExitsEndsTheChannelWithoutSigpipe) {
   EXPECT_EQ(child->ReadLine(5000, line), Status::kOk);
   EXPECT_EQ(line, "bye now");
   EXPECT_EQ(child->ReadLine(5000, line), Status::kClosed);
-  ASSERT_TRUE(NotRunning(pid));
+  ASSERT_TRUE(test::NotRunning(pid));
   // Writing to it fails cleanly; SIGPIPE, at its default action here, would
   // end this test program.
   const auto previous = ::signal(SIGPIPE, SIG_DFL);
@@ -181,7 +167,7 @@ TEST(ChildProcessTest, TheKillAlsoTakesWhatTheShellStarted) {
   const pid_t sleeper = ReadPid(*child);
   child->CloseAndWait(200);
   EXPECT_TRUE(Collected(shell));
-  EXPECT_TRUE(NotRunning(sleeper));
+  EXPECT_TRUE(test::NotRunning(sleeper));
 }
 
 TEST(ChildProcessTest, AChildIsCollectedWhenTheChannelGoes) {

@@ -1,107 +1,25 @@
-// zvsync sync --host exec:COMMAND: the options, and whole exchanges with a
-// shell script playing the host and another one playing the service's agent.
+// zvsync sync --host exec:COMMAND as processes: whole exchanges with a shell
+// script playing the host and another one playing the service's agent.
 #include <gtest/gtest.h>
 
-#include <chrono>
-#include <sstream>
-#include <string>
-#include <vector>
-
-#include "cli/zvsync.h"
-#include "platform/platform.h"
-#include "support/fake_registry.h"
-#include "support/fakes.h"
-
-#ifndef _WIN32
 #include <signal.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <fstream>
-#endif
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "support/fakes.h"
+#include "support/process_state.h"
 
 namespace kdzv {
 namespace {
-
-class ExecHostOptionsTest : public ::testing::Test {
- protected:
-  int Run(std::vector<std::string> args) {
-    out.str("");
-    err.str("");
-    CliContext context{zone, registry, System().xml_parser, System().file_system, out, err};
-    return RunZvsync(args, context);
-  }
-
-  test::ScopedProcess scoped;
-  test::FixedZone zone{1, -60, -60};
-  test::FakeRegistry registry;
-  std::ostringstream out, err;
-};
-
-TEST_F(ExecHostOptionsTest, TheHelpNamesTheBridge) {
-  EXPECT_EQ(Run({"--help"}), 0);
-  EXPECT_NE(out.str().find("--host exec:COMMAND"), std::string::npos) << out.str();
-  EXPECT_NE(out.str().find("--host-timeout SECONDS"), std::string::npos) << out.str();
-}
-
-TEST_F(ExecHostOptionsTest, BadUsageIsExitTwoWithOneLine) {
-  struct Case {
-    std::vector<std::string> args;
-    const char* message;
-  };
-  const std::vector<Case> cases = {
-      {{"sync", "--host", "exec:"}, "zvsync: --host exec: needs a command (see zvsync --help)\n"},
-      {{"sync", "--host", "exec: \t "},
-       "zvsync: --host exec: needs a command (see zvsync --help)\n"},
-      {{"sync", "--host", "Exec:true"},
-       "zvsync: unknown host \"Exec:true\" (accept, refuse or exec:COMMAND) "
-       "(see zvsync --help)\n"},
-      {{"sync", "--host-timeout"}, "zvsync: --host-timeout needs a value (see zvsync --help)\n"},
-      {{"sync", "--host-timeout", "0"},
-       "zvsync: --host-timeout needs a whole number of seconds from 1 to 86400, not \"0\" "
-       "(see zvsync --help)\n"},
-      {{"sync", "--host-timeout", "-3"},
-       "zvsync: --host-timeout needs a whole number of seconds from 1 to 86400, not \"-3\" "
-       "(see zvsync --help)\n"},
-      {{"sync", "--host-timeout", "86401"},
-       "zvsync: --host-timeout needs a whole number of seconds from 1 to 86400, not \"86401\" "
-       "(see zvsync --help)\n"},
-      {{"sync", "--host-timeout", "99999999999"},
-       "zvsync: --host-timeout needs a whole number of seconds from 1 to 86400, not "
-       "\"99999999999\" (see zvsync --help)\n"},
-      {{"sync", "--host-timeout", "1.5"},
-       "zvsync: --host-timeout needs a whole number of seconds from 1 to 86400, not \"1.5\" "
-       "(see zvsync --help)\n"},
-      {{"sync", "--host-timeout", ""},
-       "zvsync: --host-timeout needs a whole number of seconds from 1 to 86400, not \"\" "
-       "(see zvsync --help)\n"},
-      {{"sync", "--host-timeout", "ten", "--host", "exec:true"},
-       "zvsync: --host-timeout needs a whole number of seconds from 1 to 86400, not \"ten\" "
-       "(see zvsync --help)\n"},
-  };
-  for (const Case& c : cases) {
-    EXPECT_EQ(Run(c.args), 2) << ::testing::PrintToString(c.args);
-    EXPECT_EQ(err.str(), c.message) << ::testing::PrintToString(c.args);
-    EXPECT_EQ(out.str(), "");
-  }
-}
-
-TEST_F(ExecHostOptionsTest, GoodOptionsGetPastTheParsing) {
-  // Without the ports of an exchange the run stops right after parsing.
-  for (const std::vector<std::string>& args : std::vector<std::vector<std::string>>{
-           {"sync", "--host", "exec:cat", "--host-timeout", "1"},
-           {"sync", "--host-timeout", "86400", "--host", "exec: sh -c 'exit 0'"},
-           {"sync", "--host-timeout", "30"},
-       }) {
-    EXPECT_EQ(Run(args), 1) << ::testing::PrintToString(args);
-    EXPECT_EQ(err.str(), "zvsync: sync is not available on this platform yet\n");
-  }
-}
-
-#ifndef _WIN32
 
 struct Outcome {
   std::string agent;   // what the agent script printed
@@ -129,21 +47,6 @@ std::vector<std::string> Lines(const std::string& text) {
   return lines;
 }
 
-// Whether `pid` no longer runs (gone, or a zombie waiting for its parent).
-bool NotRunning(pid_t pid) {
-  for (int i = 0; i < 300; ++i) {
-    if (::kill(pid, 0) != 0 && errno == ESRCH) return true;
-    std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
-    std::string text;
-    std::getline(stat, text);
-    const size_t paren = text.rfind(')');
-    if (paren != std::string::npos && paren + 2 < text.size() && text[paren + 2] == 'Z') {
-      return true;
-    }
-    ::usleep(10000);
-  }
-  return false;
-}
 
 class ExecBridgeProcess : public ::testing::Test {
  protected:
@@ -309,7 +212,7 @@ TEST_F(ExecBridgeProcess, AScriptPlaysTheHost) {
 
   // The host saw the end of its input and is gone.
   ASSERT_NE(HostPid(), 0);
-  EXPECT_TRUE(NotRunning(HostPid()));
+  EXPECT_TRUE(test::NotRunning(HostPid()));
 }
 
 TEST_F(ExecBridgeProcess, AHostThatCrashesAfterItsFirstAnswer) {
@@ -379,10 +282,8 @@ while IFS= read -r line; do printf '%s\n' "$line" >> "$1"; done
   EXPECT_NE(run.answer.find("<Status>ProviderCanceled</Status>"), std::string::npos)
       << run.answer;
   ASSERT_NE(HostPid(), 0);
-  EXPECT_TRUE(NotRunning(HostPid()));
+  EXPECT_TRUE(test::NotRunning(HostPid()));
 }
-
-#endif  // _WIN32
 
 }  // namespace
 }  // namespace kdzv
