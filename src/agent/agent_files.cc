@@ -6,6 +6,10 @@
 #include <iterator>
 #include <system_error>
 
+#include "interface/file_system.h"
+#include "platform/platform.h"
+#include "util/error.h"
+
 namespace kdzv::agent {
 
 namespace {
@@ -18,22 +22,17 @@ fs::path ToPath(std::string_view utf8) {
   return fs::path(std::u8string(reinterpret_cast<const char8_t*>(utf8.data()), utf8.size()));
 }
 
-std::string ToUtf8(const fs::path& path) {
-  const std::u8string text = path.u8string();
-  return std::string(reinterpret_cast<const char*>(text.data()), text.size());
-}
-
 }  // namespace
 
+// Joining, folder checks, listing and deleting go through the component's
+// file-system port (it holds no state, so the agent's thread may share it);
+// its raised errors become the answers below.
+
 std::string JoinPath(std::string_view folder, std::string_view name) {
-  if (folder.empty()) return std::string(name);
-  return ToUtf8(ToPath(folder) / ToPath(name));
+  return System().file_system.BuildPath(folder, name);
 }
 
-bool FolderExists(std::string_view folder) {
-  std::error_code error;
-  return fs::is_directory(ToPath(folder), error);
-}
+bool FolderExists(std::string_view folder) { return System().file_system.FolderExists(folder); }
 
 bool FileExists(std::string_view path) {
   std::error_code error;
@@ -42,12 +41,10 @@ bool FileExists(std::string_view path) {
 
 std::vector<std::string> ListFileNames(std::string_view folder) {
   std::vector<std::string> names;
-  std::error_code error;
-  fs::directory_iterator it(ToPath(folder), error);
-  if (error) return names;
-  for (const fs::directory_entry& entry : it) {
-    std::error_code kind_error;
-    if (entry.is_regular_file(kind_error)) names.push_back(ToUtf8(entry.path().filename()));
+  try {
+    names = System().file_system.ListFiles(folder);
+  } catch (...) {
+    return {};
   }
   std::sort(names.begin(), names.end());
   return names;
@@ -83,12 +80,15 @@ bool MakeFolders(std::string_view folder, std::string& error) {
 }
 
 bool RemoveFile(std::string_view path, std::string& error) {
-  std::error_code code;
-  if (!fs::remove(ToPath(path), code) || code) {
-    error = code ? code.message() : "the file is gone";
-    return false;
+  try {
+    System().file_system.DeleteFile(path);
+    return true;
+  } catch (const Error& failure) {
+    error = failure.description();
+  } catch (...) {
+    error = "the file cannot be deleted";
   }
-  return true;
+  return false;
 }
 
 }  // namespace kdzv::agent

@@ -1,6 +1,8 @@
-// The few file operations of the agent, on UTF-8 paths, through the
-// standard library (so they hold no state and may run on any thread). None
-// of them throws.
+// The few file operations of the agent, on UTF-8 paths: what the
+// component's file-system port offers goes through it, the rest (reading,
+// writing raw bytes, existence, making folders) through the standard
+// library. Nothing here holds state, so any thread may use it; none of
+// them throws.
 #ifndef KDZV_AGENT_AGENT_FILES_H_
 #define KDZV_AGENT_AGENT_FILES_H_
 
