@@ -1,7 +1,7 @@
 #include "cli/exchange_run.h"
 
 #include "cli/sync_command.h"
-#include "interface/kd_zv_interface.h"
+#include "exchange/kd_zv_interface.h"
 #include "interface/process.h"
 #include "settings/overlay_registry.h"
 

@@ -23,7 +23,7 @@
 #include <ostream>
 #include <string>
 
-#include "cli/host_channel.h"
+#include "platform/host_channel.h"
 #include "cli/hosts.h"
 #include "cli/json_records.h"
 

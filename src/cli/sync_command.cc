@@ -8,7 +8,7 @@
 #include "cli/exchange_run.h"
 #include "cli/exec_host.h"
 #include "cli/hosts.h"
-#include "interface/kd_zv_interface.h"
+#include "exchange/kd_zv_interface.h"
 #include "platform/child_process.h"
 
 namespace kdzv {

@@ -5,7 +5,7 @@
 #include "cli/analyze.h"
 #include "cli/demo_command.h"
 #include "cli/sync_command.h"
-#include "interface/zv_settings.h"
+#include "settings/zv_settings.h"
 #include "mapping/date_time_convert.h"
 #include "util/date_time.h"
 

@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "cli/host_channel.h"
+#include "platform/host_channel.h"
 
 namespace kdzv {
 

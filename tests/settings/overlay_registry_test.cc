@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "interface/zv_settings.h"
+#include "settings/zv_settings.h"
 #include "support/fake_registry.h"
 #include "support/fakes.h"
 

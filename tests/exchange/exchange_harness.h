@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "interface/kd_zv_interface.h"
+#include "exchange/kd_zv_interface.h"
 #include "support/fake_profile_file.h"
 #include "support/fake_registry.h"
 #include "support/fake_window.h"

@@ -5,7 +5,7 @@
 
 #include <filesystem>
 
-#include "interface/exchange_harness.h"
+#include "exchange/exchange_harness.h"
 #include "support/golden.h"
 
 namespace kdzv {

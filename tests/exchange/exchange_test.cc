@@ -4,7 +4,7 @@
 
 #include <filesystem>
 
-#include "interface/exchange_harness.h"
+#include "exchange/exchange_harness.h"
 #include "support/file_holder.h"
 #include "support/golden.h"
 

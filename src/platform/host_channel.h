@@ -5,8 +5,8 @@
 //
 // Header only: the platform layer implements it and the command-line host
 // uses it, and neither library links the other.
-#ifndef KDZV_CLI_HOST_CHANNEL_H_
-#define KDZV_CLI_HOST_CHANNEL_H_
+#ifndef KDZV_PLATFORM_HOST_CHANNEL_H_
+#define KDZV_PLATFORM_HOST_CHANNEL_H_
 
 #include <cstdint>
 #include <string>
@@ -42,4 +42,4 @@ class HostChannel {
 
 }  // namespace kdzv
 
-#endif  // KDZV_CLI_HOST_CHANNEL_H_
+#endif  // KDZV_PLATFORM_HOST_CHANNEL_H_

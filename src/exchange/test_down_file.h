@@ -2,8 +2,8 @@
 // download file with a fresh message reader, outside any exchange. What the
 // reader finds wrong goes to the log and to message boxes as during an
 // exchange; nothing else happens (no event, no answer, the file stays).
-#ifndef KDZV_INTERFACE_TEST_DOWN_FILE_H_
-#define KDZV_INTERFACE_TEST_DOWN_FILE_H_
+#ifndef KDZV_EXCHANGE_TEST_DOWN_FILE_H_
+#define KDZV_EXCHANGE_TEST_DOWN_FILE_H_
 
 #include <string>
 #include <string_view>
@@ -20,4 +20,4 @@ bool TestDownFile(std::string_view strFile, XmlParser& parser, FileSystem& file_
 
 }  // namespace kdzv
 
-#endif  // KDZV_INTERFACE_TEST_DOWN_FILE_H_
+#endif  // KDZV_EXCHANGE_TEST_DOWN_FILE_H_

@@ -6,8 +6,8 @@
 // here, the sync start in start_sync.cc, the session opening in
 // session_opening.cc, the intake of each answer file in file_intake.cc and
 // the command processing in command_processing.cc.
-#ifndef KDZV_INTERFACE_KD_ZV_INTERFACE_H_
-#define KDZV_INTERFACE_KD_ZV_INTERFACE_H_
+#ifndef KDZV_EXCHANGE_KD_ZV_INTERFACE_H_
+#define KDZV_EXCHANGE_KD_ZV_INTERFACE_H_
 
 #include <cstdint>
 #include <memory>
@@ -18,11 +18,11 @@
 #include "interface/enums.h"
 #include "interface/file_system.h"
 #include "interface/host_events.h"
-#include "interface/log_writer.h"
+#include "exchange/log_writer.h"
 #include "interface/process.h"
 #include "interface/records.h"
 #include "interface/user_interface.h"
-#include "interface/zv_settings.h"
+#include "settings/zv_settings.h"
 #include "mapping/matching.h"
 #include "mapping/profile_file.h"
 #include "mapping/time_zone.h"
@@ -134,4 +134,4 @@ class kdZVInterface : public ErrorLogTarget, public SyncWindowEvents {
 
 }  // namespace kdzv
 
-#endif  // KDZV_INTERFACE_KD_ZV_INTERFACE_H_
+#endif  // KDZV_EXCHANGE_KD_ZV_INTERFACE_H_

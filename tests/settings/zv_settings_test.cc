@@ -1,4 +1,4 @@
-#include "interface/zv_settings.h"
+#include "settings/zv_settings.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
-#include "interface/test_down_file.h"
+#include "exchange/test_down_file.h"
 
 #include "interface/error_report.h"
-#include "interface/log_writer.h"
+#include "exchange/log_writer.h"
 #include "message/up_down_file.h"
 
 namespace kdzv {

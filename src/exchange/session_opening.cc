@@ -2,7 +2,7 @@
 // written), the opening message with its one alert, and the watch on the
 // download folder.
 #include "interface/error_report.h"
-#include "interface/kd_zv_interface.h"
+#include "exchange/kd_zv_interface.h"
 
 namespace kdzv {
 

@@ -1,4 +1,4 @@
-#include "interface/log_writer.h"
+#include "exchange/log_writer.h"
 
 #include <utility>
 

@@ -1,4 +1,4 @@
-#include "interface/test_down_file.h"
+#include "exchange/test_down_file.h"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,7 @@
 // processed; every other file is put away like a processed one.
 #include "interface/component_log.h"
 #include "interface/error_report.h"
-#include "interface/kd_zv_interface.h"
+#include "exchange/kd_zv_interface.h"
 #include "util/text.h"
 
 namespace kdzv {

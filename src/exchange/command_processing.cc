@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "interface/error_report.h"
-#include "interface/kd_zv_interface.h"
+#include "exchange/kd_zv_interface.h"
 #include "message/opening_time_items.h"
 #include "util/text.h"
 #include "util/vb_convert.h"

@@ -1,4 +1,4 @@
-#include "interface/exchange_harness.h"
+#include "exchange/exchange_harness.h"
 
 #include <filesystem>
 

@@ -16,8 +16,8 @@
 //   procedure "Load", details <name>              the store failed on reading
 //   procedure "Load", details <name>="<text>"     unreadable stored text
 //   procedure "Save", details <name>="<text>"     the store failed on writing
-#ifndef KDZV_INTERFACE_ZV_SETTINGS_H_
-#define KDZV_INTERFACE_ZV_SETTINGS_H_
+#ifndef KDZV_SETTINGS_ZV_SETTINGS_H_
+#define KDZV_SETTINGS_ZV_SETTINGS_H_
 
 #include <array>
 #include <cstddef>
@@ -112,4 +112,4 @@ class clZVSettings {
 
 }  // namespace kdzv
 
-#endif  // KDZV_INTERFACE_ZV_SETTINGS_H_
+#endif  // KDZV_SETTINGS_ZV_SETTINGS_H_

@@ -1,9 +1,9 @@
-#include "interface/kd_zv_interface.h"
+#include "exchange/kd_zv_interface.h"
 
 #include <utility>
 
 #include "interface/error_report.h"
-#include "interface/test_down_file.h"
+#include "exchange/test_down_file.h"
 #include "mapping/date_time_convert.h"
 #include "mapping/service_host.h"
 

@@ -3,7 +3,7 @@
 // has ended, timed out or been cancelled.
 #include "interface/component_log.h"
 #include "interface/error_report.h"
-#include "interface/kd_zv_interface.h"
+#include "exchange/kd_zv_interface.h"
 
 namespace kdzv {
 

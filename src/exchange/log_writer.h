@@ -2,8 +2,8 @@
 // TAB text CR LF, appended by opening, writing and closing the file every
 // time, so that the log survives a crash and other programs can read it
 // while the component runs.
-#ifndef KDZV_INTERFACE_LOG_WRITER_H_
-#define KDZV_INTERFACE_LOG_WRITER_H_
+#ifndef KDZV_EXCHANGE_LOG_WRITER_H_
+#define KDZV_EXCHANGE_LOG_WRITER_H_
 
 #include <string>
 #include <string_view>
@@ -43,4 +43,4 @@ class LogWriter {
 
 }  // namespace kdzv
 
-#endif  // KDZV_INTERFACE_LOG_WRITER_H_
+#endif  // KDZV_EXCHANGE_LOG_WRITER_H_
