@@ -38,7 +38,7 @@
 
 #include "bench_support.h"
 #include "cli/hosts.h"
-#include "interface/kd_zv_interface.h"
+#include "exchange/kd_zv_interface.h"
 #include "interface/process.h"
 #include "interface/user_interface.h"
 #include "platform/platform.h"
