@@ -86,7 +86,11 @@ bool ApplyJsonToRecord(const Json& changes, Record& record, std::string& error) 
     return false;
   }
   Record changed = record;
-  for (const auto& [key, value] : changes.items()) {
+  for (const auto& item : changes.items()) {
+    // Named copies, not a structured binding: a lambda may not capture one
+    // before C++20's clang.
+    const std::string& key = item.key();
+    const Json& value = item.value();
     bool known = false;
     bool ok = true;
     changed.VisitProperties([&](std::string_view name, auto& property) {
