@@ -17,7 +17,7 @@ kdZVInterface::kdZVInterface(const InterfacePorts& ports, HostEvents& host)
       log_(ports.file_system, ports.clock, process::LogFilePath()),
       config_file_(process::ConfigFilePath()) {
   process::SetActiveInterface(this);
-  settings_ = std::make_shared<clZVSettings>(ports_.registry);
+  Settings();
   matching_.ReadMatchingCFG(config_file_);
   service_host_ = ReadServiceHost(ports_.profile, config_file_);
 }
@@ -35,7 +35,14 @@ bool kdZVInterface::CheckLogAccess(std::string_view strLog, std::string& sErr) {
 }
 
 std::shared_ptr<clZVSettings> kdZVInterface::Settings() {
-  if (!settings_) settings_ = std::make_shared<clZVSettings>(ports_.registry);
+  if (!settings_) {
+    // Kept before it is read: a value that fails to read is reported through
+    // this object's log, which asks for the settings again and must find
+    // these (not make new ones, which would report the same value again).
+    settings_ = std::make_shared<clZVSettings>(ports_.registry, clZVSettings::Unread{});
+    const std::shared_ptr<clZVSettings> reading = settings_;
+    reading->Load();
+  }
   return settings_;
 }
 
@@ -72,7 +79,8 @@ int32_t kdZVInterface::TestFireOpeningTimes() {
 }
 
 void kdZVInterface::WriteLogLine(std::string_view text) {
-  log_.Write(Settings()->DoLog(), text);
+  const std::shared_ptr<clZVSettings> settings = Settings();
+  log_.Write(settings->DoLog(), text);
 }
 
 void kdZVInterface::OnLog(const std::string& strText) {

@@ -63,11 +63,12 @@ std::string Quoted(std::string_view name, std::string_view text) {
 
 }  // namespace
 
-clZVSettings::clZVSettings(RegistryBackend& registry) : store_(registry) {
+clZVSettings::clZVSettings(RegistryBackend& registry) : clZVSettings(registry, Unread{}) { Load(); }
+
+clZVSettings::clZVSettings(RegistryBackend& registry, Unread) : store_(registry) {
   store_.SetMyCompanyName(std::string(kCompanyName));
   store_.SetMyProductName(std::string(kProductName));
   for (size_t i = 0; i < kCount; ++i) values_[i] = Default(i);
-  Load();
 }
 
 const std::vector<std::string_view>& clZVSettings::PropertyNames() { return kNames; }

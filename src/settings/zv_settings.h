@@ -40,6 +40,13 @@ class clZVSettings {
 
   // Creates the store on `registry` and reads all settings from it.
   explicit clZVSettings(RegistryBackend& registry);
+  // Creates the store with every setting at its default, without reading.
+  // The interface object keeps such an object first and then lets it Load,
+  // so that a failure reported while the values are read is logged through
+  // this very object (with the DoLog read so far) and never makes it create
+  // another one.
+  struct Unread {};
+  clZVSettings(RegistryBackend& registry, Unread);
   clZVSettings(const clZVSettings&) = delete;
   clZVSettings& operator=(const clZVSettings&) = delete;
 
@@ -62,7 +69,9 @@ class clZVSettings {
   int16_t PatIdentKriterium() const { return Integer(kPatIdentKriterium); }
   void SetPatIdentKriterium(int16_t value) { Put(kPatIdentKriterium, value); }
 
-  // Reads all settings from the store again.
+  // Reads all settings from the store, in the order of PropertyNames. A
+  // value that fails takes its default and is reported once; until DoLog has
+  // been read it answers its default (off).
   void Load();
 
   // The property names in the order of the type library.

@@ -62,8 +62,10 @@ TEST_F(ZvsyncProcess, AnalyzeOfAnUnreadableFileFails) {
       << read.out;
 }
 
-TEST_F(ZvsyncProcess, SyncRunsAWholeExchangeWithAnAgentOnTheOtherSide) {
-  test::TempDir x;
+// One exchange of `zvsync sync` in folder `x` against a small shell agent:
+// it waits for each message and answers by renaming a finished file into
+// the download folder. The agent's last line is "exit=" + zvsync's status.
+Result SyncAgainstAShellAgent(const test::TempDir& x, const test::TempDir& home) {
   for (const char* folder : {"up", "down", "depot", "staging"}) {
     ::mkdir((x.path() + "/" + folder).c_str(), 0755);
   }
@@ -77,8 +79,6 @@ TEST_F(ZvsyncProcess, SyncRunsAWholeExchangeWithAnAgentOnTheOtherSide) {
   test::WriteFileBytes(x.path() + "/staging/HX1_4.xml",
                        header + "<MsgID>4</MsgID></SyncHdr><SyncBody><Status><Cmd>SyncHdr</Cmd>"
                                 "<Data>Session End</Data></Status></SyncBody></SyncML>");
-  // The agent: waits for each message and answers by renaming a finished
-  // file into the download folder.
   const std::string d = "'" + x.path() + "'";
   const std::string script =
       std::string(KDZV_ZVSYNC_PATH) + " sync --download " + d + "/down --upload " + d +
@@ -88,8 +88,13 @@ TEST_F(ZvsyncProcess, SyncRunsAWholeExchangeWithAnAgentOnTheOtherSide) {
       "sleep 0.05; i=$((i+1)); done; m=$((n+1)); mv " + d + "/staging/HX1_$m.xml " + d +
       "/down/; done; wait $pid; echo exit=$?";
   test::WriteFileBytes(x.path() + "/agent.sh", script);
-  const Result sync = RunShell("env TZ=Europe/Berlin XDG_CONFIG_HOME='" + home.path() +
-                               "' sh '" + x.path() + "/agent.sh' </dev/null 2>&1");
+  return RunShell("env TZ=Europe/Berlin XDG_CONFIG_HOME='" + home.path() + "' sh '" + x.path() +
+                  "/agent.sh' </dev/null 2>&1");
+}
+
+TEST_F(ZvsyncProcess, SyncRunsAWholeExchangeWithAnAgentOnTheOtherSide) {
+  test::TempDir x;
+  const Result sync = SyncAgainstAShellAgent(x, home);
   EXPECT_NE(sync.out.find("Neue Datei erhalten: HX1_2.xml"), std::string::npos) << sync.out;
   EXPECT_NE(sync.out.find("Synchronisation erfolgreich abgeschlossen."), std::string::npos)
       << sync.out;
@@ -100,6 +105,27 @@ TEST_F(ZvsyncProcess, SyncRunsAWholeExchangeWithAnAgentOnTheOtherSide) {
       << answer;
   EXPECT_EQ(test::FolderEntries(x.path() + "/depot").size(), 2u);
   EXPECT_NE(test::ReadFileBytes(x.path() + "/zv.cfg").find("LastSessionID=1"), std::string::npos);
+}
+
+TEST_F(ZvsyncProcess, SyncOverAHandEditedStoreRunsAndReportsEachBadValueOnce) {
+  // Values of the wrong type, as a user might leave them in the store.
+  ::mkdir((home.path() + "/kdzentavo").c_str(), 0755);
+  ::mkdir((home.path() + "/kdzentavo/registry").c_str(), 0755);
+  ::mkdir((home.path() + "/kdzentavo/registry/Software").c_str(), 0755);
+  ::mkdir((home.path() + "/kdzentavo/registry/Software/HAL+VEX").c_str(), 0755);
+  test::WriteFileBytes(home.path() + "/kdzentavo/registry/Software/HAL+VEX/Halvex.ini",
+                       "[Zentavo]\r\nDoLog=ja\r\nSlowSync=x\r\nTimeoutSeconds=\r\n"
+                       "PatIdentKriterium=99999999999\r\n");
+  test::TempDir x;
+  const Result sync = SyncAgainstAShellAgent(x, home);
+  EXPECT_NE(sync.out.find("Synchronisation erfolgreich abgeschlossen."), std::string::npos)
+      << sync.out;
+  EXPECT_NE(sync.out.find("exit=0"), std::string::npos) << sync.out;
+  // zvsync's --log turns logging on for the run; the reports made while the
+  // stored values were read came before that, with logging still off.
+  const std::string log = test::ReadFileBytes(x.path() + "/zv.log");
+  EXPECT_NE(log.find("(StartSync) -> Rückgabewert 0"), std::string::npos) << log;
+  EXPECT_EQ(test::FolderEntries(x.path() + "/depot").size(), 2u);
 }
 
 TEST_F(ZvsyncProcess, SyncWithAMissingFolderExitsOne) {
