@@ -16,28 +16,6 @@ constexpr std::string_view kCancelQuestion =
     "Soll der Syncronisation-Prozess wirklich abgebrochen werden?";
 constexpr std::string_view kCancelledText = "Abbruch durch Benutzer.";
 
-// The enabled state of both timers, taken when a timer procedure starts, so
-// that a failure inside it can leave the timers as they were.
-class TimerSnapshot {
- public:
-  TimerSnapshot(WindowTimer& watch, WindowTimer& timeout)
-      : watch_(watch),
-        timeout_(timeout),
-        watch_enabled_(watch.Enabled()),
-        timeout_enabled_(timeout.Enabled()) {}
-
-  void Restore() {
-    watch_.SetEnabled(watch_enabled_);
-    timeout_.SetEnabled(timeout_enabled_);
-  }
-
- private:
-  WindowTimer& watch_;
-  WindowTimer& timeout_;
-  bool watch_enabled_;
-  bool timeout_enabled_;
-};
-
 }  // namespace
 
 frmZVSync::frmZVSync(SyncWindowPlatform& platform, FileSystem& file_system,
@@ -130,8 +108,10 @@ void frmZVSync::ShowStatusMsg(const std::string& sMsg, int32_t nStyle) {
   }
 }
 
+// A failure inside a timer procedure ends it where it failed: what the
+// procedure had set on the timers until then stays set (a tick that had
+// disabled the watch timer for a file leaves it disabled).
 void frmZVSync::WatchTimerTick() {
-  TimerSnapshot before(*watch_timer_, *timeout_timer_);
   try {
     // One listing per tick: the folder itself is the queue, so a file the
     // owner leaves behind is offered again on the next tick.
@@ -148,20 +128,17 @@ void frmZVSync::WatchTimerTick() {
       }
     }
   } catch (...) {
-    before.Restore();
     ReportCurrentError(kModule, "Timer1_Timer", "");
   }
 }
 
 void frmZVSync::TimeoutTimerTick() {
-  TimerSnapshot before(*watch_timer_, *timeout_timer_);
   try {
     timeout_timer_->SetEnabled(false);
     watch_timer_->SetEnabled(false);
     ShowStatusMsg(std::string(kTimeoutText), msgbox::kExclamation);
     owner_.OnTimeout();
   } catch (...) {
-    before.Restore();
     ReportCurrentError(kModule, "Timer2_Timer", "");
   }
 }

@@ -329,20 +329,22 @@ TEST_F(FrmZVSyncTest, TimeoutWhileTheCancelQuestionIsOpenThenNo) {
   EXPECT_FALSE(Timeout().Enabled());
 }
 
-TEST_F(FrmZVSyncTest, ErrorInFileHandlerIsReportedAndTimersRestored) {
+TEST_F(FrmZVSyncTest, ErrorInFileHandlerIsReportedAndTheDisabledWatchStaysDisabled) {
   AddFile("a.xml");
   AddFile("b.xml");
   owner.new_file = [](const std::string&) -> int32_t { Raise(1234, "Kaputt", "Test"); };
   ASSERT_TRUE(window.StartWatch(kDown, 500));
   EXPECT_TRUE(Watch().Tick());
   EXPECT_THAT(process.Reports(), ElementsAre(Report("Timer1_Timer", 1234, "Kaputt")));
-  EXPECT_TRUE(Watch().Enabled());
+  // The tick had disabled the watch timer for the file; the failure leaves
+  // it so.
+  EXPECT_FALSE(Watch().Enabled());
   EXPECT_FALSE(Timeout().Enabled());
   // The tick ends at the failing file.
   EXPECT_THAT(owner.Raised(), ElementsAre("OnNewFile:a.xml"));
 }
 
-TEST_F(FrmZVSyncTest, ErrorAfterAnEarlierCancelRestoresTheTimersOfTheTickStart) {
+TEST_F(FrmZVSyncTest, ErrorAfterAnEarlierCancelLeavesTheTimersAsTheTickHadSetThem) {
   AddFile("a.xml");
   AddFile("b.xml");
   owner.new_file = [](const std::string& name) -> int32_t {
@@ -352,7 +354,7 @@ TEST_F(FrmZVSyncTest, ErrorAfterAnEarlierCancelRestoresTheTimersOfTheTickStart) 
   ASSERT_TRUE(window.StartWatch(kDown, 500));
   EXPECT_TRUE(Watch().Tick());
   EXPECT_THAT(owner.Raised(), ElementsAre("OnNewFile:a.xml", "OnCancel", "OnNewFile:b.xml"));
-  EXPECT_TRUE(Watch().Enabled());
+  EXPECT_FALSE(Watch().Enabled());
   EXPECT_THAT(process.Reports(), ElementsAre(Report("Timer1_Timer", 1234, "Kaputt")));
 }
 
@@ -370,7 +372,7 @@ class ThrowingTimeoutEvents : public test::RecordingWindowEvents {
   void OnTimeout() override { Raise(99, "Zeitfehler", "Test"); }
 };
 
-TEST(FrmZVSyncErrorTest, ErrorInTimeoutHandlerIsReportedAndTimersRestored) {
+TEST(FrmZVSyncErrorTest, ErrorInTimeoutHandlerIsReportedAndBothTimersStayDisabled) {
   test::ScopedProcess process;
   process.ActivateLog();
   test::MemoryFileSystem fs;
@@ -385,8 +387,9 @@ TEST(FrmZVSyncErrorTest, ErrorInTimeoutHandlerIsReportedAndTimersRestored) {
   EXPECT_THAT(process.Reports(),
               ElementsAre("(MAIN) --> ERROR: 99/Zeitfehler / Modul=frmZVSync / "
                           "Proc=Timer2_Timer / Details="));
-  EXPECT_TRUE(window.WatchTimer().Enabled());
-  EXPECT_TRUE(window.TimeoutTimer().Enabled());
+  // The tick had disabled both timers before the owner's handler failed.
+  EXPECT_FALSE(window.WatchTimer().Enabled());
+  EXPECT_FALSE(window.TimeoutTimer().Enabled());
   EXPECT_THAT(owner.logs, ElementsAre("Warten auf Antwort ...", "Timeout."));
 }
 
