@@ -77,24 +77,39 @@ class OpeningTimes {
       method = opening->Values->Add(std::to_string(belegung.MethodeID), belegung.MethodeIDext, "",
                                     method_key);
     }
-    const DateTime day = DateTime::FromSerial(static_cast<double>(
-        static_cast<int64_t>(belegung.Datum.serial())));
+    // A date the host gave far outside the calendar is an overflow.
+    const DateTime day = belegung.Datum.DayPart();
     const std::string day_key = "D_" + day.Format("yyyymmdd");
-    std::vector<OpeningSlot>& slots = slots_[practitioner_key + method_key + day_key];
-    if (belegung.Zeiten) {
-      for (const auto& zeit : *belegung.Zeiten) slots.push_back({zeit->StartZeit, zeit->Dauer});
+    Day& collected = days_[practitioner_key + method_key + day_key];
+    if (!collected.item) {
+      // The day's text is written once all its slots are known (Finish), so
+      // that each slot is formatted once however often the day is named.
+      collected.item = method->Days->Add("", day_key);
+      collected.day = day;
     }
-    const std::string text = OpeningDayText(day, slots);
-    if (method->Days->Contains(day_key)) {
-      method->Days->Item(day_key)->Value = text;
-    } else {
-      method->Days->Add(text, day_key);
+    if (belegung.Zeiten) {
+      for (const auto& zeit : *belegung.Zeiten) {
+        collected.slots.push_back({zeit->StartZeit, zeit->Dauer});
+      }
+    }
+  }
+
+  // Writes the text of every day collected.
+  void Finish() {
+    for (auto& entry : days_) {
+      Day& collected = entry.second;
+      collected.item->Value = OpeningDayText(collected.day, collected.slots);
     }
   }
 
  private:
+  struct Day {
+    std::shared_ptr<clZVAttribute_ValueDay> item;
+    DateTime day;
+    std::vector<OpeningSlot> slots;
+  };
   clZVReplaceOpeningTimeCol& items_;
-  std::map<std::string, std::vector<OpeningSlot>> slots_;
+  std::map<std::string, Day> days_;
 };
 
 }  // namespace
@@ -232,6 +247,7 @@ void kdZVInterface::HandleDownFile(clZVUpDownFile& received, bool& send_reply,
       if (belegungen) {
         OpeningTimes opening_times(answer.ReplaceOpeningTimeCol());
         for (const auto& belegung : *belegungen) opening_times.Add(*belegung);
+        opening_times.Finish();
       }
     }
 

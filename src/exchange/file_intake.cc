@@ -5,8 +5,16 @@
 #include "interface/error_report.h"
 #include "exchange/kd_zv_interface.h"
 #include "util/text.h"
+#include "util/vb_convert.h"
 
 namespace kdzv {
+
+namespace {
+
+// The decimal text of the number after `number` (Long arithmetic).
+std::string NextNumberText(int32_t number) { return std::to_string(AddLong(number, 1)); }
+
+}  // namespace
 
 void kdZVInterface::mSyncForm_OnNewFile(int32_t& retVal, const std::string& strFilename) {
   std::string full_path;
@@ -19,15 +27,15 @@ void kdZVInterface::mSyncForm_OnNewFile(int32_t& retVal, const std::string& strF
     const std::string& stem = session_file_base_;
     if (ToUpper(strFilename.substr(0, stem.size())) != ToUpper(stem)) {
       Warn("Die Datei gehört nicht zu aktuellen Session. Datei wird ignoriert.");
-      PutAway(strFilename, full_path);
+      PutAwayUnlessHeld(retVal, strFilename, full_path);
       return;
     }
-    const std::string expected = stem + std::to_string(session_->MsgID + 1) + ".xml";
+    const std::string expected = stem + NextNumberText(session_->MsgID) + ".xml";
     if (ToUpper(strFilename) != ToUpper(expected)) {
       Warn("Die Datei gehört zwar zu aktuellen Session, hat aber keine korrekte Msg-ID. "
            "Erwartete Datei: '" +
            expected + "'. Datei wird ignoriert.");
-      PutAway(strFilename, full_path);
+      PutAwayUnlessHeld(retVal, strFilename, full_path);
       return;
     }
 
@@ -39,7 +47,7 @@ void kdZVInterface::mSyncForm_OnNewFile(int32_t& retVal, const std::string& strF
       return;
     }
 
-    session_->MsgID += 1;
+    session_->MsgID = AddLong(session_->MsgID, 1);
     Info("Die Datei wird verarbeitet...");
     std::unique_ptr<clZVUpDownFile> received = NewMessage();
     if (!received->AnalyzeDownFile(full_path)) {
@@ -62,7 +70,7 @@ void kdZVInterface::mSyncForm_OnNewFile(int32_t& retVal, const std::string& strF
       // A message that ends the session and needs no status ends it
       // silently, without an answer file.
       if (!(answer->StatusCol().Count() == 0 && session_end_)) {
-        session_->MsgID += 1;
+        session_->MsgID = AddLong(session_->MsgID, 1);
         GenerateSyncHeader(*answer);
         const std::string answer_path =
             fs.BuildPath(settings->UploadPath(), GetSessionFileName());
@@ -79,6 +87,20 @@ void kdZVInterface::mSyncForm_OnNewFile(int32_t& retVal, const std::string& strF
   }
 }
 
+// A file that is not the expected answer is put away like a processed one,
+// unless another process still holds it open (an agent writing a file under
+// a name of its own before it renames it): such a file is never moved or
+// deleted, but left for a later tick, and the watch goes on.
+void kdZVInterface::PutAwayUnlessHeld(int32_t& retVal, const std::string& name,
+                                      const std::string& full_path) {
+  if (!ports_.file_system.TryExclusiveAccess(full_path)) {
+    Info("Die Datei kann nicht exklusiv geöffnet werden und bleibt liegen: " + full_path);
+    retVal = -1;
+    return;
+  }
+  PutAway(name, full_path);
+}
+
 // Moves a handled file into the depot, or deletes it when there is none.
 void kdZVInterface::PutAway(const std::string& name, const std::string& full_path) {
   FileSystem& fs = ports_.file_system;
@@ -89,10 +111,10 @@ void kdZVInterface::PutAway(const std::string& name, const std::string& full_pat
     remove = true;
   } else if (fs.FolderExists(depot)) {
     try {
-      fs.CopyFile(full_path, fs.BuildPath(depot, name));
-      fs.DeleteFile(full_path);
+      // A file of that name already in the depot is never replaced: the
+      // move fails, is reported, and the file stays in the download folder.
+      fs.MoveFile(full_path, fs.BuildPath(depot, name));
     } catch (...) {
-      // The file stays in the download folder.
       ReportCurrentError(kInterfaceModuleName, "mSyncForm_OnNewFile", "File=" + full_path);
     }
   } else {

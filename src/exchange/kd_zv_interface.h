@@ -106,6 +106,7 @@ class kdZVInterface : public ErrorLogTarget, public SyncWindowEvents {
   // File intake.
   void mSyncForm_OnNewFile(int32_t& retVal, const std::string& strFilename);
   void PutAway(const std::string& name, const std::string& full_path);
+  void PutAwayUnlessHeld(int32_t& retVal, const std::string& name, const std::string& full_path);
   // Command processing.
   void HandleDownFile(clZVUpDownFile& received, bool& send_reply, clZVUpDownFile& answer);
 
@@ -130,6 +131,7 @@ class kdZVInterface : public ErrorLogTarget, public SyncWindowEvents {
   bool finished_ = false;
   bool timed_out_ = false;
   bool session_end_ = false;
+  bool in_sync_ = false;  // StartSync is on the stack
 };
 
 }  // namespace kdzv

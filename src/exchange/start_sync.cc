@@ -9,6 +9,10 @@ namespace kdzv {
 
 namespace {
 
+constexpr std::string_view kSyncAlreadyRunning =
+    "Es läuft bereits eine Synchronisation: StartSync wurde während dieser erneut aufgerufen und "
+    "abgewiesen.";
+
 constexpr std::string_view kCheckSettings =
     "\r\n\r\nBitte überprüfen Sie Ihre Einstellungen für die Schnittstelle zu Zentavo.";
 
@@ -21,6 +25,18 @@ void kdZVInterface::ShowMessage(const std::string& text) {
 }
 
 enmZVRetValues kdZVInterface::StartSync(intptr_t mOwner, std::string& sErr) {
+  // One exchange at a time: a call from inside the running one (a host's
+  // event handler runs within its wait) is refused and changes nothing.
+  if (in_sync_) {
+    sErr = std::string(kSyncAlreadyRunning);
+    WriteLogLine("(StartSync) -> " + sErr);
+    return ZV_Error_General;
+  }
+  in_sync_ = true;
+  struct Leave {
+    bool& flag;
+    ~Leave() { flag = false; }
+  } leave{in_sync_};
   try {
     sErr.clear();
     if (!CheckLogAccess("(StartSync) -> aufgerufen", sErr)) return ZV_Error_LogFileAccess;
@@ -101,13 +117,14 @@ int32_t kdZVInterface::TryMoveFilesToDepot(const std::string& source, const std:
   FileSystem& fs = ports_.file_system;
   WriteLogLine("(TryMoveFilesToDepot) -> Verschieben der Dateien - Quelle: " + source +
                ", Ziel: " + target);
-  // Without a depot folder there is nowhere to put the files: they stay
-  // (a relative or root path is never made up from an empty setting).
-  const bool depot_exists = !target.empty() && fs.FolderExists(target);
   for (const std::string& name : fs.ListFiles(source)) {
     WriteLogLine("-> Datei wird verschoben: " + name);
-    if (!depot_exists) continue;
     try {
+      // An empty depot setting is no folder: it is never joined into a path
+      // (which would copy into the working folder or a drive's root).
+      if (target.empty()) RaiseStandard(err::kPathNotFound, "TryMoveFilesToDepot");
+      // Copied with overwrite, so that an older file of that name in the
+      // depot gives way; a missing depot fails the copy, which is reported.
       const std::string from = fs.BuildPath(source, name);
       fs.CopyFile(from, fs.BuildPath(target, name));
       fs.DeleteFile(from);

@@ -13,12 +13,18 @@ namespace kdzv {
 class FileSystem {
  public:
   virtual ~FileSystem() = default;
-  // Opens `path` for appending (creating it), writes `bytes`, closes it.
-  virtual void AppendToFile(std::string_view path, std::string_view bytes) = 0;
+  // Opens `path` for appending (creating it), writes `text`, closes it. The
+  // text (UTF-8) is written in the encoding of the system's text files:
+  // UTF-8 on Linux (read in UTF-8 terminals), the ANSI code page on Windows
+  // (a character it does not hold becomes "?"). A symbolic link at `path` is
+  // refused, never written through.
+  virtual void AppendToFile(std::string_view path, std::string_view text) = 0;
 
   // Creates or replaces `path` with `text` (UTF-8) converted to the system's
   // single-byte code page: Windows-1252 on Linux, the ANSI code page on
-  // Windows. A character the code page does not hold becomes "?".
+  // Windows. A character the code page does not hold becomes "?". A
+  // symbolic link standing at `path` is removed and replaced by the file,
+  // never written through.
   virtual void WriteTextFile(std::string_view path, std::string_view text) = 0;
 
   // Whether `path` names an existing folder (false for a file or nothing;
@@ -26,8 +32,10 @@ class FileSystem {
   virtual bool FolderExists(std::string_view path) = 0;
 
   // The names (without folder) of the files in `folder`, in the order the
-  // system lists them; sub-folders are not listed. Raises 76 for a missing
-  // folder.
+  // system lists them; sub-folders are not listed, and neither are symbolic
+  // links (on Windows: reparse points) or other entries that are no plain
+  // file, so that nothing outside the folder is ever reached through one.
+  // Raises 76 for a missing folder.
   virtual std::vector<std::string> ListFiles(std::string_view folder) = 0;
 
   // `folder` and `name` joined with the platform's separator, inserted only
@@ -38,6 +46,15 @@ class FileSystem {
   // for a missing source, 76 for a missing target folder, 70 when the
   // target cannot be replaced.
   virtual void CopyFile(std::string_view source, std::string_view target) = 0;
+
+  // Moves the file `source` to `target` (its new full path). A file of that
+  // name already at `target` is never replaced: the move then raises 58
+  // "File already exists" and leaves both files as they were, and that is
+  // decided in the same step as the move itself (no other writer can slip
+  // in between a check and the move). Works across drives and file systems
+  // (copied, then the source deleted). Raises 53 for a missing source, 76
+  // for a missing target folder; a symbolic link as the source is refused.
+  virtual void MoveFile(std::string_view source, std::string_view target) = 0;
 
   // Deletes `path`, also when it is read-only. Raises 53 when it does not
   // exist, 70 when it cannot be deleted.

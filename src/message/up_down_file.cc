@@ -323,16 +323,18 @@ void clZVUpDownFile::ReadTermin(const XmlElement& vevent, clZVTermin& termin) {
 // Writing
 
 int32_t clZVUpDownFile::NumberCommands() {
+  // Long arithmetic: a counter past 2147483647 is an overflow, not a wrap.
   int32_t counter = 0;
-  for (const auto& status : StatusCol()) status->CmdID = std::to_string(++counter);
-  for (const auto& item : AddTerminCol()) item->CmdID = ++counter;
-  for (const auto& item : DeleteTerminCol()) item->CmdID = ++counter;
-  for (const auto& item : MapTerminCol()) item->CmdID = ++counter;
-  for (const auto& item : ReplaceTerminCol()) item->CmdID = ++counter;
-  for (const auto& item : MapCalendarCol()) item->CmdID = ++counter;
-  for (const auto& item : AddAttributesCol()) item->CmdID = ++counter;
-  for (const auto& item : ReplaceOpeningTimeCol()) item->CmdID = ++counter;
-  for (const auto& alert : AlertCol()) alert->CmdID = ++counter;
+  const auto next = [&counter] { return counter = AddLong(counter, 1); };
+  for (const auto& status : StatusCol()) status->CmdID = std::to_string(next());
+  for (const auto& item : AddTerminCol()) item->CmdID = next();
+  for (const auto& item : DeleteTerminCol()) item->CmdID = next();
+  for (const auto& item : MapTerminCol()) item->CmdID = next();
+  for (const auto& item : ReplaceTerminCol()) item->CmdID = next();
+  for (const auto& item : MapCalendarCol()) item->CmdID = next();
+  for (const auto& item : AddAttributesCol()) item->CmdID = next();
+  for (const auto& item : ReplaceOpeningTimeCol()) item->CmdID = next();
+  for (const auto& alert : AlertCol()) alert->CmdID = next();
   return counter;
 }
 

@@ -130,6 +130,13 @@ DateTime DateTime::FromDate(int year, int month, int day) {
   return DateTime(static_cast<double>(day_number));
 }
 
+DateTime DateTime::DayPart() const {
+  if (!(serial_ >= static_cast<double>(kFirstDay) && serial_ < static_cast<double>(kLastDay + 1))) {
+    RaiseStandard(err::kOverflow);
+  }
+  return DateTime(std::trunc(serial_));
+}
+
 DateTime DateTime::FromTime(int hour, int minute, int second) {
   const int64_t seconds = TimeSeconds(hour, minute, second);
   CheckRange(seconds * 1000);

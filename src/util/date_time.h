@@ -41,6 +41,11 @@ class DateTime {
   double serial() const { return serial_; }
   bool IsZero() const { return serial_ == 0.0; }
 
+  // The day alone (the time of day cut off, as the host's conversion of a
+  // date to a whole number does). A value outside the years 100 to 9999, or
+  // no number at all, is no date the host can hold: raises "Overflow" (6).
+  DateTime DayPart() const;
+
   // Calendar arithmetic by whole minutes (the host's date-add by "n"); the
   // result is computed on the time line, so it crosses days, months and the
   // zero day correctly. Raises "Invalid procedure call or argument" (5) when

@@ -18,6 +18,7 @@ std::string StandardDescription(int32_t number) {
     case err::kBadFileNameOrNumber: return "Bad file name or number";
     case err::kFileNotFound: return "File not found";
     case err::kFileAlreadyOpen: return "File already open";
+    case err::kFileAlreadyExists: return "File already exists";
     case err::kDeviceIo: return "Device I/O error";
     case err::kDiskFull: return "Disk full";
     case err::kPermissionDenied: return "Permission denied";

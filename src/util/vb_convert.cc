@@ -138,4 +138,10 @@ double LeadingNumber(std::string_view text) {
 
 int32_t RoundToLong(double value) { return RoundInto<int32_t>(value); }
 
+int32_t AddLong(int32_t a, int32_t b) {
+  int32_t sum = 0;
+  if (__builtin_add_overflow(a, b, &sum)) RaiseStandard(err::kOverflow);
+  return sum;
+}
+
 }  // namespace kdzv

@@ -25,6 +25,10 @@ double LeadingNumber(std::string_view text);
 // outside the range.
 int32_t RoundToLong(double value);
 
+// The host's 32-bit ("Long") addition: raises "Overflow" (6) where the sum
+// leaves the range instead of wrapping around.
+int32_t AddLong(int32_t a, int32_t b);
+
 }  // namespace kdzv
 
 #endif  // KDZV_UTIL_VB_CONVERT_H_

@@ -11,31 +11,41 @@ void RecordingHost::OnTermin(std::shared_ptr<kdZVTermin>& t, int32_t& retVal) {
                      : t->TerminCommand == Termin_Replace ? "Replace"
                                                           : "Delete";
   events.push_back(std::string("OnTermin ") + kind + " " + t->TerminIDZV);
-  if (!accept) return;
-  if (t->TerminCommand == Termin_Add) {
-    t->TerminIDHX = termin_id.empty() ? std::to_string(next_id_++) : termin_id;
+  t->IgnoreIt = ignore_all;
+  if (accept) {
+    if (t->TerminCommand == Termin_Add) {
+      t->TerminIDHX = termin_id.empty() ? std::to_string(next_id_++) : termin_id;
+    }
+    retVal = -1;
   }
-  retVal = -1;
+  if (on_event) on_event(events.back());
 }
 
 void RecordingHost::OnCalendar(std::shared_ptr<kdZVCalendar>& c, int32_t& retVal) {
   events.push_back("OnCalendar " + c->Source);
-  if (!accept) return;
-  c->BehandlerIDHX = next_id_++;
-  retVal = -1;
+  c->IgnoreIt = ignore_all;
+  if (accept) {
+    c->BehandlerIDHX = next_id_++;
+    retVal = -1;
+  }
+  if (on_event) on_event(events.back());
 }
 
 void RecordingHost::OnAttribute(std::shared_ptr<kdZVCalendar>& c, int32_t& retVal) {
   events.push_back("OnAttribute " + c->Source);
-  if (!accept) return;
-  c->AttributeIDHX = std::to_string(next_id_++);
-  retVal = -1;
+  c->IgnoreIt = ignore_all;
+  if (accept) {
+    c->AttributeIDHX = std::to_string(next_id_++);
+    retVal = -1;
+  }
+  if (on_event) on_event(events.back());
 }
 
 void RecordingHost::OnQueryOpeningTime(std::shared_ptr<kdZVBelegungen>& b, int32_t& retVal) {
   events.push_back("OnQueryOpeningTime");
   if (opening_times) opening_times(*b);
   retVal = -1;
+  if (on_event) on_event(events.back());
 }
 
 class ExchangeHarness::ScriptedPump : public MessagePump {
@@ -89,7 +99,7 @@ kdZVInterface& ExchangeHarness::Interface() {
     const InterfacePorts ports{System().file_system, clock,  process.zone,
                                profile,              registry, ui,
                                System().xml_parser,  window, *pump_};
-    zv_ = std::make_unique<kdZVInterface>(ports, host);
+    zv_ = std::make_shared<kdZVInterface>(ports, host);
     auto settings = zv_->Settings();
     settings->SetDownloadPath(down);
     settings->SetUploadPath(up);
@@ -101,13 +111,16 @@ kdZVInterface& ExchangeHarness::Interface() {
 }
 
 enmZVRetValues ExchangeHarness::Run(std::vector<AgentStep> steps, int max_passes) {
-  kdZVInterface& zv = Interface();
+  Interface();
   window.views.clear();
   pump_->steps = std::move(steps);
   pump_->next = 0;
   pump_->max_passes = max_passes;
   passes = 0;
-  return zv.StartSync(0, sErr);
+  // Held for the call, as the automation object holds itself around every
+  // call that raises events: a host may drop its own reference meanwhile.
+  const std::shared_ptr<kdZVInterface> keep = zv_;
+  return keep->StartSync(0, sErr);
 }
 
 std::string ExchangeHarness::Answer(int session, int msg_id, const std::string& body) {

@@ -24,7 +24,10 @@ namespace kdzv::test {
 class RecordingHost : public HostEvents {
  public:
   void OnTermin(std::shared_ptr<kdZVTermin>& mZVTermin, int32_t& retVal) override;
-  void OnSyncLog(std::string& strInfo) override { sync_log.push_back(strInfo); }
+  void OnSyncLog(std::string& strInfo) override {
+    sync_log.push_back(strInfo);
+    if (on_sync_log) on_sync_log(strInfo);
+  }
   void OnCalendar(std::shared_ptr<kdZVCalendar>& mZVCalendar, int32_t& retVal) override;
   void OnAttribute(std::shared_ptr<kdZVCalendar>& mZVCalendar, int32_t& retVal) override;
   void OnQueryOpeningTime(std::shared_ptr<kdZVBelegungen>& retZVBelegungen,
@@ -38,6 +41,11 @@ class RecordingHost : public HostEvents {
   std::vector<std::string> events;  // "OnTermin Add ZV-1", "OnCalendar CAL-1", ...
   std::vector<std::string> sync_log;
   std::function<void(kdZVBelegungen&)> opening_times;
+  // Runs after each event, inside the exchange, as a host's handler would.
+  std::function<void(const std::string& event)> on_event;
+  std::function<void(const std::string& line)> on_sync_log;
+  // Sets IgnoreIt on every record it gets.
+  bool ignore_all = false;
 
  private:
   int next_id_ = 1;
@@ -57,6 +65,9 @@ class ExchangeHarness {
 
   // Creates the interface object (once; after the settings are set up).
   kdZVInterface& Interface();
+  // The harness's own reference to it; dropping it (as a host drops its last
+  // reference) frees the object once no call of its own is running.
+  std::shared_ptr<kdZVInterface>& Reference() { return zv_; }
   std::shared_ptr<clZVSettings> Settings() { return Interface().Settings(); }
 
   // Runs StartSync with the agent's steps; the loop gives up (cancels)
@@ -90,7 +101,7 @@ class ExchangeHarness {
  private:
   class ScriptedPump;
   std::unique_ptr<ScriptedPump> pump_;
-  std::unique_ptr<kdZVInterface> zv_;
+  std::shared_ptr<kdZVInterface> zv_;
 };
 
 }  // namespace kdzv::test

@@ -42,6 +42,7 @@ class NoFiles : public kdzv::FileSystem {
   std::vector<std::string> ListFiles(std::string_view) override { __builtin_trap(); }
   std::string BuildPath(std::string_view, std::string_view) override { __builtin_trap(); }
   void CopyFile(std::string_view, std::string_view) override { __builtin_trap(); }
+  void MoveFile(std::string_view, std::string_view) override { __builtin_trap(); }
   void DeleteFile(std::string_view) override { __builtin_trap(); }
   bool TryExclusiveAccess(std::string_view) override { __builtin_trap(); }
 };

@@ -238,6 +238,61 @@ TEST_P(FileSystemConformance, CopyFileOfAFolderIsPermissionDenied) {
   EXPECT_FALSE(fsys::exists(dir.File("x.xml")));
 }
 
+TEST_P(FileSystemConformance, MoveFileMovesTheFile) {
+  fsys::create_directory(dir.File("Ablage"));
+  const std::string source = dir.File("HX1_2.xml");
+  WriteFileBytes(source, "<a/>\r\n");
+  fs->MoveFile(source, InFolder("Ablage", "HX1_2.xml"));
+  EXPECT_FALSE(fsys::exists(source));
+  EXPECT_EQ(ReadFileBytes(InFolder("Ablage", "HX1_2.xml")), "<a/>\r\n");
+}
+
+TEST_P(FileSystemConformance, MoveFileNeverReplacesAFileOfThatName) {
+  fsys::create_directory(dir.File("Ablage"));
+  const std::string source = dir.File("HX1_2.xml");
+  WriteFileBytes(source, "new");
+  WriteFileBytes(InFolder("Ablage", "HX1_2.xml"), "older");
+  EXPECT_EQ(ErrorOf([&] { fs->MoveFile(source, InFolder("Ablage", "HX1_2.xml")); }), 58);
+  // Both stay as they were.
+  EXPECT_EQ(ReadFileBytes(source), "new");
+  EXPECT_EQ(ReadFileBytes(InFolder("Ablage", "HX1_2.xml")), "older");
+}
+
+TEST_P(FileSystemConformance, MoveFileOntoAFolderOfThatNameIsRefused) {
+  fsys::create_directory(dir.File("Ablage"));
+  fsys::create_directory(InFolder("Ablage", "HX1_2.xml"));
+  const std::string source = dir.File("HX1_2.xml");
+  WriteFileBytes(source, "new");
+  EXPECT_NE(ErrorOf([&] { fs->MoveFile(source, InFolder("Ablage", "HX1_2.xml")); }), 0);
+  EXPECT_EQ(ReadFileBytes(source), "new");
+}
+
+TEST_P(FileSystemConformance, MoveFileOfAMissingSourceIsFileNotFound) {
+  fsys::create_directory(dir.File("Ablage"));
+  EXPECT_EQ(ErrorOf([&] { fs->MoveFile(dir.File("HX1_2.xml"), InFolder("Ablage", "x.xml")); }),
+            53);
+}
+
+TEST_P(FileSystemConformance, MoveFileIntoAMissingFolderIsPathNotFound) {
+  const std::string source = dir.File("HX1_2.xml");
+  WriteFileBytes(source, "x");
+  EXPECT_EQ(ErrorOf([&] { fs->MoveFile(source, InFolder("missing", "HX1_2.xml")); }), 76);
+  EXPECT_EQ(ReadFileBytes(source), "x");
+}
+
+TEST_P(FileSystemConformance, MoveFileTakesAReadOnlyFile) {
+  fsys::create_directory(dir.File("Ablage"));
+  const std::string source = dir.File("HX1_2.xml");
+  WriteFileBytes(source, "x");
+  {
+    ReadOnly guard(source);
+    fs->MoveFile(source, InFolder("Ablage", "HX1_2.xml"));
+  }
+  EXPECT_FALSE(fsys::exists(source));
+  ReadOnly restore_later(InFolder("Ablage", "HX1_2.xml"));
+  EXPECT_EQ(ReadFileBytes(InFolder("Ablage", "HX1_2.xml")), "x");
+}
+
 TEST_P(FileSystemConformance, DeleteFileRemovesTheFile) {
   WriteFileBytes(dir.File("HX1_2.xml"), "x");
   WriteFileBytes(dir.File("HX1_3.xml"), "y");

@@ -77,6 +77,28 @@ class MemoryFileSystem : public FileSystem {
     readonly.erase(std::string(target));
   }
 
+  // Refuses an existing target as the real systems do; moves the read-only
+  // mark along.
+  void MoveFile(std::string_view source, std::string_view target) override {
+    ++moves;
+    FailIfListed(source, "MoveFile");
+    FailIfListed(target, "MoveFile");
+    const std::string from(source);
+    const std::string to(target);
+    const auto found = files.find(from);
+    if (found == files.end()) {
+      if (folders.count(from) != 0) RaiseStandard(err::kPermissionDenied, "MoveFile");
+      RaiseStandard(ParentExists(source) ? err::kFileNotFound : err::kPathNotFound, "MoveFile");
+    }
+    if (!ParentExists(target)) RaiseStandard(err::kPathNotFound, "MoveFile");
+    if (files.count(to) != 0 || folders.count(to) != 0) {
+      RaiseStandard(err::kFileAlreadyExists, "MoveFile");
+    }
+    files[to] = found->second;
+    files.erase(from);
+    if (readonly.erase(from) != 0) readonly.insert(to);
+  }
+
   void DeleteFile(std::string_view path) override {
     ++deletes;
     FailIfListed(path, "DeleteFile");
@@ -104,6 +126,7 @@ class MemoryFileSystem : public FileSystem {
   std::map<std::string, int32_t> failures;  // path -> error number, for every operation
   int appends = 0;
   int copies = 0;
+  int moves = 0;
   int deletes = 0;
   int probes = 0;
 

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+
 #include <cstdint>
 #include <functional>
 
@@ -215,6 +217,23 @@ TEST(DateTimeTest, OrderFollowsSerial) {
   EXPECT_LT(At(2024, 7, 1), At(2024, 7, 1, 0, 0, 1));
   EXPECT_GT(At(2025, 1, 1), At(2024, 12, 31, 23, 59, 59));
   EXPECT_EQ(At(2024, 7, 1, 12, 0, 0), DateTime::FromSerial(45474.5));
+}
+
+TEST(DateTimeTest, DayPartCutsTheTimeOfDay) {
+  EXPECT_EQ(DateTime::FromSerial(45474.75).DayPart(), DateTime::FromDate(2024, 7, 1));
+  // Before the zero day the whole part counts the days: 29 December 1899.
+  EXPECT_EQ(DateTime::FromSerial(-1.25).DayPart().serial(), -1.0);
+  EXPECT_EQ(DateTime::FromDate(9999, 12, 31).AddMinutes(1439).DayPart(),
+            DateTime::FromDate(9999, 12, 31));
+  EXPECT_EQ(DateTime::FromDate(100, 1, 1).DayPart(), DateTime::FromDate(100, 1, 1));
+}
+
+TEST(DateTimeTest, DayPartOfNoDateTheHostCanHoldIsAnOverflow) {
+  for (const double serial : {1e30, -1e30, 2958466.0, -657435.0,
+                              std::numeric_limits<double>::infinity(),
+                              std::numeric_limits<double>::quiet_NaN()}) {
+    EXPECT_EQ(RaisedNumber([serial] { DateTime::FromSerial(serial).DayPart(); }), 6) << serial;
+  }
 }
 
 }  // namespace

@@ -141,5 +141,16 @@ TEST(VbConvertTest, RoundToLongRaisesOverflowOutsideTheRange) {
   EXPECT_EQ(RaisedDescription([] { RoundToLong(3e9); }), "Overflow");
 }
 
+TEST(VbConvertTest, AddLongAddsInsideTheRange) {
+  EXPECT_EQ(AddLong(2147483646, 1), 2147483647);
+  EXPECT_EQ(AddLong(-2147483647, -1), -2147483647 - 1);
+  EXPECT_EQ(AddLong(17, -20), -3);
+}
+
+TEST(VbConvertTest, AddLongRaisesOverflowInsteadOfWrapping) {
+  EXPECT_EQ(RaisedNumber([] { AddLong(2147483647, 1); }), 6);
+  EXPECT_EQ(RaisedNumber([] { AddLong(-2147483647 - 1, -1); }), 6);
+}
+
 }  // namespace
 }  // namespace kdzv

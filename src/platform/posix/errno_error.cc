@@ -11,6 +11,7 @@ int32_t FileErrorNumber(int errno_value, bool folder_missing) {
   switch (errno_value) {
     case ENOENT: return folder_missing ? err::kPathNotFound : err::kFileNotFound;
     case ENOTDIR: return err::kPathNotFound;
+    case EEXIST: return err::kFileAlreadyExists;
     case EACCES:
     case EPERM:
     case EROFS:

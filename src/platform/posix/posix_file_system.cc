@@ -37,12 +37,20 @@ bool FolderMissing(const std::string& path) {
   RaiseFileError(error, procedure, error == ENOENT && FolderMissing(path));
 }
 
-// Opens `path` with `flags`, writes `bytes` and closes it; `procedure` names
-// the operation in a raised error.
+// Opens `path` with `flags` (never through a symbolic link), writes `bytes`
+// and closes it; `procedure` names the operation in a raised error. With
+// `replace_link`, a link standing at `path` is removed and the file made
+// anew in its place; otherwise the link is refused.
 void WriteBytes(std::string_view path_view, int flags, std::string_view bytes,
-                const char* procedure) {
+                const char* procedure, bool replace_link = false) {
   const std::string path(path_view);
-  UniqueFd file(::open(path.c_str(), flags | O_WRONLY | O_CREAT | O_CLOEXEC, 0644));
+  const int open_flags = flags | O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NOCTTY;
+  UniqueFd file(::open(path.c_str(), open_flags, 0644));
+  if (file.get() < 0 && errno == ELOOP && replace_link) {
+    // Unlinking removes the link, not what it points to. The new file must
+    // be made by this call (O_EXCL): a link planted again meanwhile fails.
+    if (::unlink(path.c_str()) == 0) file.reset(::open(path.c_str(), open_flags | O_EXCL, 0644));
+  }
   if (file.get() < 0) {
     const int error = errno;
     RaiseFileError(error, procedure, error == ENOENT && FolderMissing(path));
@@ -64,13 +72,14 @@ struct DirCloser {
 };
 using UniqueDir = std::unique_ptr<DIR, DirCloser>;
 
-// Whether the entry `entry` of `dir` is a regular file, following a
-// symbolic link (a dangling link or a loop is no file).
+// Whether the entry `entry` of `dir` is a regular file itself; a symbolic
+// link is none, whatever it points to.
 bool IsRegularFile(DIR* dir, const dirent& entry) {
   if (entry.d_type == DT_REG) return true;
-  if (entry.d_type != DT_LNK && entry.d_type != DT_UNKNOWN) return false;
+  if (entry.d_type != DT_UNKNOWN) return false;
   struct stat info {};
-  return ::fstatat(::dirfd(dir), entry.d_name, &info, 0) == 0 && S_ISREG(info.st_mode);
+  return ::fstatat(::dirfd(dir), entry.d_name, &info, AT_SYMLINK_NOFOLLOW) == 0 &&
+         S_ISREG(info.st_mode);
 }
 
 // Removes a temporary file unless it was renamed to its final name.
@@ -90,8 +99,9 @@ class TempFile {
 };
 
 // Creates a new, empty file beside `target` (hidden, with a name of its own)
-// and answers its descriptor; `temp_path` receives its name.
-int CreateTempBeside(const std::string& target, std::string& temp_path) {
+// and answers its descriptor; `temp_path` receives its name. `procedure`
+// names the operation in a raised error.
+int CreateTempBeside(const std::string& target, std::string& temp_path, const char* procedure) {
   static std::atomic<unsigned> counter{0};
   const size_t cut = target.rfind('/');
   const std::string folder = cut == std::string::npos ? "" : target.substr(0, cut + 1);
@@ -104,30 +114,74 @@ int CreateTempBeside(const std::string& target, std::string& temp_path) {
     const int error = errno;
     if (error == EEXIST) continue;
     // Every failure here concerns the target's folder.
-    RaiseFileError(error, "CopyFile", error == ENOENT);
+    RaiseFileError(error, procedure, error == ENOENT);
   }
 }
 
-void WriteAll(int fd, const char* data, size_t size) {
+void WriteAll(int fd, const char* data, size_t size, const char* procedure) {
   size_t written = 0;
   while (written < size) {
     const ssize_t n = ::write(fd, data + written, size - written);
     if (n < 0) {
       if (errno == EINTR) continue;
-      RaiseFileError(errno, "CopyFile");
+      RaiseFileError(errno, procedure);
     }
     written += static_cast<size_t>(n);
   }
 }
 
+// Opens the plain file `source` for reading, never through a symbolic link.
+UniqueFd OpenSource(const std::string& source, const char* procedure) {
+  UniqueFd in(::open(source.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK | O_NOFOLLOW));
+  if (in.get() < 0) RaisePathError(errno, source, procedure);
+  struct stat info {};
+  if (::fstat(in.get(), &info) != 0) RaiseFileError(errno, procedure);
+  if (S_ISDIR(info.st_mode)) RaiseStandard(err::kPermissionDenied, procedure);
+  if (!S_ISREG(info.st_mode)) RaiseStandard(err::kPathFileAccess, procedure);
+  return in;
+}
+
+// Copies everything of `in` into `out` and brings it to the disk, so that
+// the bytes are there before any name points to them; closes `out`.
+void CopyAndSync(int in, UniqueFd& out, const char* procedure) {
+  char buffer[64 * 1024];
+  for (;;) {
+    const ssize_t n = ::read(in, buffer, sizeof buffer);
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      RaiseFileError(errno, procedure);
+    }
+    if (n == 0) break;
+    WriteAll(out.get(), buffer, static_cast<size_t>(n), procedure);
+  }
+  if (::fsync(out.get()) != 0) RaiseFileError(errno, procedure);
+  if (out.Close() != 0) RaiseFileError(errno, procedure);
+}
+
+// Gives the finished temporary file `temp` the name `target`, which must not
+// exist yet: the link is made only where no entry of that name is.
+void LinkNewName(const std::string& temp, const std::string& target, const char* procedure) {
+  if (::link(temp.c_str(), target.c_str()) == 0) return;
+  int error = errno;
+  if (error == EPERM || error == EOPNOTSUPP) {
+    // A file system without hard links: a rename that refuses to replace.
+    if (::renameat2(AT_FDCWD, temp.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) == 0) {
+      return;
+    }
+    error = errno;
+  }
+  RaisePathError(error, target, procedure);
+}
+
 }  // namespace
 
-void PosixFileSystem::AppendToFile(std::string_view path, std::string_view bytes) {
-  WriteBytes(path, O_APPEND, bytes, "AppendToFile");
+void PosixFileSystem::AppendToFile(std::string_view path, std::string_view text) {
+  // Linux text files are UTF-8: the text goes as it is.
+  WriteBytes(path, O_APPEND, text, "AppendToFile");
 }
 
 void PosixFileSystem::WriteTextFile(std::string_view path, std::string_view text) {
-  WriteBytes(path, O_TRUNC, Utf8ToWindows1252(text), "WriteTextFile");
+  WriteBytes(path, O_TRUNC, Utf8ToWindows1252(text), "WriteTextFile", /*replace_link=*/true);
 }
 
 bool PosixFileSystem::FolderExists(std::string_view path) {
@@ -169,33 +223,61 @@ std::string PosixFileSystem::BuildPath(std::string_view folder, std::string_view
 void PosixFileSystem::CopyFile(std::string_view source_view, std::string_view target_view) {
   const std::string source(source_view);
   const std::string target(target_view);
-  UniqueFd in(::open(source.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
-  if (in.get() < 0) RaisePathError(errno, source, "CopyFile");
-  struct stat info {};
-  if (::fstat(in.get(), &info) != 0) RaiseFileError(errno, "CopyFile");
-  if (S_ISDIR(info.st_mode)) RaiseStandard(err::kPermissionDenied, "CopyFile");
-  if (!S_ISREG(info.st_mode)) RaiseStandard(err::kPathFileAccess, "CopyFile");
-
+  UniqueFd in = OpenSource(source, "CopyFile");
   std::string temp_path;
-  UniqueFd out(CreateTempBeside(target, temp_path));
+  UniqueFd out(CreateTempBeside(target, temp_path, "CopyFile"));
   TempFile temp(temp_path);
-  char buffer[64 * 1024];
-  for (;;) {
-    const ssize_t n = ::read(in.get(), buffer, sizeof buffer);
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      RaiseFileError(errno, "CopyFile");
-    }
-    if (n == 0) break;
-    WriteAll(out.get(), buffer, static_cast<size_t>(n));
-  }
-  // The bytes reach the disk before the name does.
-  if (::fsync(out.get()) != 0) RaiseFileError(errno, "CopyFile");
-  if (out.Close() != 0) RaiseFileError(errno, "CopyFile");
+  CopyAndSync(in.get(), out, "CopyFile");
+  // Renaming replaces whatever has the target's name, a link included,
+  // without writing through it.
   if (::rename(temp.path().c_str(), target.c_str()) != 0) {
     RaisePathError(errno, target, "CopyFile");
   }
   temp.Keep();
+}
+
+void PosixFileSystem::MoveFile(std::string_view source_view, std::string_view target_view) {
+  const std::string source(source_view);
+  const std::string target(target_view);
+  struct stat info {};
+  if (::lstat(source.c_str(), &info) != 0) RaisePathError(errno, source, "MoveFile");
+  if (S_ISDIR(info.st_mode)) RaiseStandard(err::kPermissionDenied, "MoveFile");
+  if (!S_ISREG(info.st_mode)) RaiseStandard(err::kPathFileAccess, "MoveFile");
+
+  // On one file system: a rename that refuses to replace an existing name.
+  if (::renameat2(AT_FDCWD, source.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) == 0) {
+    return;
+  }
+  int error = errno;
+  if (error == EINVAL || error == ENOSYS) {
+    // A file system that cannot rename so: a second name, then the first
+    // one removed.
+    if (::link(source.c_str(), target.c_str()) == 0) {
+      if (::unlink(source.c_str()) != 0) {
+        const int unlink_error = errno;
+        ::unlink(target.c_str());
+        RaisePathError(unlink_error, source, "MoveFile");
+      }
+      return;
+    }
+    error = errno;
+  }
+  if (error != EXDEV) RaisePathError(error, target, "MoveFile");
+
+  // Across file systems: a copy beside the target takes the target's name
+  // only where none exists, then the source goes.
+  UniqueFd in = OpenSource(source, "MoveFile");
+  std::string temp_path;
+  UniqueFd out(CreateTempBeside(target, temp_path, "MoveFile"));
+  TempFile temp(temp_path);
+  CopyAndSync(in.get(), out, "MoveFile");
+  LinkNewName(temp.path(), target, "MoveFile");
+  if (::unlink(source.c_str()) != 0) {
+    // The file stays where it was: the copy is taken back.
+    const int unlink_error = errno;
+    ::unlink(target.c_str());
+    RaisePathError(unlink_error, source, "MoveFile");
+  }
 }
 
 void PosixFileSystem::DeleteFile(std::string_view path_view) {
@@ -207,7 +289,7 @@ void PosixFileSystem::DeleteFile(std::string_view path_view) {
 
 bool PosixFileSystem::TryExclusiveAccess(std::string_view path_view) {
   const std::string path(path_view);
-  UniqueFd file(::open(path.c_str(), O_RDWR | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+  UniqueFd file(::open(path.c_str(), O_RDWR | O_CLOEXEC | O_NOCTTY | O_NONBLOCK | O_NOFOLLOW));
   if (file.get() < 0) return false;
   struct stat info {};
   if (::fstat(file.get(), &info) != 0 || !S_ISREG(info.st_mode)) return false;

@@ -26,6 +26,7 @@ class PosixFileSystem : public FileSystem {
   // beside the target and renames it over the target, so that the target's
   // name never shows a half-written file.
   void CopyFile(std::string_view source, std::string_view target) override;
+  void MoveFile(std::string_view source, std::string_view target) override;
   void DeleteFile(std::string_view path) override;
   bool TryExclusiveAccess(std::string_view path) override;
 };

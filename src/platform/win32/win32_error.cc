@@ -9,6 +9,8 @@ namespace kdzv::win32 {
 int32_t FileErrorNumber(DWORD error) {
   switch (error) {
     case ERROR_FILE_NOT_FOUND: return err::kFileNotFound;
+    case ERROR_FILE_EXISTS:
+    case ERROR_ALREADY_EXISTS: return err::kFileAlreadyExists;
     case ERROR_PATH_NOT_FOUND:
     case ERROR_INVALID_DRIVE:
     case ERROR_BAD_NETPATH:

@@ -9,6 +9,7 @@
 // See win32_file_system.h: the members keep their names here too.
 #undef CopyFile
 #undef DeleteFile
+#undef MoveFile
 
 #include "platform/win32/unique_handle.h"
 #include "platform/win32/wide_text.h"
@@ -39,13 +40,13 @@ void WriteBytes(std::string_view path, DWORD access, DWORD disposition, std::str
 
 // UTF-8 to the ANSI code page; without best-fit mapping, so a character the
 // code page lacks becomes "?" instead of a look-alike.
-std::string ToAnsiCodePage(std::string_view text) {
+std::string ToAnsiCodePage(std::string_view text, const char* procedure) {
   const std::wstring wide = Widen(text);
   if (wide.empty()) return {};
   const int length = static_cast<int>(wide.size());
   const int size = ::WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, wide.data(), length, nullptr,
                                          0, "?", nullptr);
-  if (size <= 0) RaiseFileError(::GetLastError(), "WriteTextFile");
+  if (size <= 0) RaiseFileError(::GetLastError(), procedure);
   std::string out(static_cast<size_t>(size), '\0');
   ::WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, wide.data(), length, out.data(), size, "?",
                         nullptr);
@@ -54,6 +55,12 @@ std::string ToAnsiCodePage(std::string_view text) {
 
 // The attributes of `path`, or INVALID_FILE_ATTRIBUTES.
 DWORD Attributes(std::string_view path) { return ::GetFileAttributesW(Widen(path).c_str()); }
+
+// Whether `path` is a symbolic link, junction or other reparse point itself.
+bool IsReparsePoint(std::string_view path) {
+  const DWORD attributes = Attributes(path);
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+}
 
 bool EndsInSeparator(std::string_view path) {
   return !path.empty() && (path.back() == '\\' || path.back() == '/');
@@ -86,12 +93,22 @@ class FindHandle {
 
 }  // namespace
 
-void Win32FileSystem::AppendToFile(std::string_view path, std::string_view bytes) {
-  WriteBytes(path, FILE_APPEND_DATA, OPEN_ALWAYS, bytes, "AppendToFile");
+void Win32FileSystem::AppendToFile(std::string_view path, std::string_view text) {
+  // Text files on Windows are in the ANSI code page, as the runtime's text
+  // output writes them.
+  if (IsReparsePoint(path)) RaiseFileError(ERROR_CANT_ACCESS_FILE, "AppendToFile");
+  WriteBytes(path, FILE_APPEND_DATA, OPEN_ALWAYS, ToAnsiCodePage(text, "AppendToFile"),
+             "AppendToFile");
 }
 
 void Win32FileSystem::WriteTextFile(std::string_view path, std::string_view text) {
-  WriteBytes(path, GENERIC_WRITE, CREATE_ALWAYS, ToAnsiCodePage(text), "WriteTextFile");
+  // A link in the file's place is removed (the link, not its target), so
+  // the message is never written through it.
+  if (IsReparsePoint(path) && !::DeleteFileW(Widen(path).c_str())) {
+    RaiseFileError(::GetLastError(), "WriteTextFile");
+  }
+  WriteBytes(path, GENERIC_WRITE, CREATE_ALWAYS, ToAnsiCodePage(text, "WriteTextFile"),
+             "WriteTextFile");
 }
 
 bool Win32FileSystem::FolderExists(std::string_view path) {
@@ -117,7 +134,7 @@ std::vector<std::string> Win32FileSystem::ListFiles(std::string_view folder) {
     RaiseFileError(exists ? error : ERROR_PATH_NOT_FOUND, "ListFiles");
   }
   do {
-    if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
+    if ((found.dwFileAttributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT)) == 0) {
       names.push_back(Narrow(found.cFileName));
     }
   } while (::FindNextFileW(find.get(), &found));
@@ -145,6 +162,22 @@ void Win32FileSystem::CopyFile(std::string_view source, std::string_view target)
   RaiseFileError(error, "CopyFile");
 }
 
+void Win32FileSystem::MoveFile(std::string_view source, std::string_view target) {
+  const DWORD attributes = Attributes(source);
+  if (attributes == INVALID_FILE_ATTRIBUTES) RaiseFileError(::GetLastError(), "MoveFile");
+  if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) RaiseFileError(ERROR_ACCESS_DENIED, "MoveFile");
+  if ((attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) {
+    RaiseFileError(ERROR_CANT_ACCESS_FILE, "MoveFile");
+  }
+  // Without MOVEFILE_REPLACE_EXISTING an existing target fails the move
+  // (ERROR_ALREADY_EXISTS); MOVEFILE_COPY_ALLOWED copies across volumes and
+  // deletes the source only when the copy is complete.
+  if (!::MoveFileExW(Widen(source).c_str(), Widen(target).c_str(),
+                     MOVEFILE_COPY_ALLOWED | MOVEFILE_WRITE_THROUGH)) {
+    RaiseFileError(::GetLastError(), "MoveFile");
+  }
+}
+
 void Win32FileSystem::DeleteFile(std::string_view path) {
   const std::wstring wide = Widen(path);
   const DWORD attributes = ::GetFileAttributesW(wide.c_str());
@@ -167,7 +200,8 @@ bool Win32FileSystem::TryExclusiveAccess(std::string_view path) {
   // answer does not depend on the rights of the user (Wine run by root
   // opens it).
   const DWORD attributes = ::GetFileAttributesW(wide.c_str());
-  if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_READONLY) != 0) {
+  if (attributes == INVALID_FILE_ATTRIBUTES ||
+      (attributes & (FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_REPARSE_POINT)) != 0) {
     return false;
   }
   UniqueHandle file(::CreateFileW(wide.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,

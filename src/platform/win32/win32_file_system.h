@@ -2,7 +2,7 @@
 #ifndef KDZV_PLATFORM_WIN32_WIN32_FILE_SYSTEM_H_
 #define KDZV_PLATFORM_WIN32_WIN32_FILE_SYSTEM_H_
 
-// <windows.h> turns CopyFile and DeleteFile into CopyFileW and DeleteFileW;
+// <windows.h> turns CopyFile, MoveFile and DeleteFile into their W forms;
 // where it came first, the port's members must keep their own names (the
 // Win32 functions are called by their W names).
 #ifdef CopyFile
@@ -10,6 +10,9 @@
 #endif
 #ifdef DeleteFile
 #undef DeleteFile
+#endif
+#ifdef MoveFile
+#undef MoveFile
 #endif
 
 #include "interface/file_system.h"
@@ -30,6 +33,10 @@ class Win32FileSystem : public FileSystem {
   // copy tried once more. The target takes the source's attributes, as
   // CopyFileW gives them.
   void CopyFile(std::string_view source, std::string_view target) override;
+  // MoveFileExW allowed to copy across volumes and never to replace: an
+  // existing target fails the move itself. A reparse point as the source
+  // is refused.
+  void MoveFile(std::string_view source, std::string_view target) override;
   // Clears the read-only attribute first.
   void DeleteFile(std::string_view path) override;
   // Opens for reading and writing with share mode 0: fails while any other
