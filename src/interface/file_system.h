@@ -32,7 +32,7 @@ class FileSystem {
   virtual bool FolderExists(std::string_view path) = 0;
 
   // The names (without folder) of the files in `folder`, in the order the
-  // system lists them; sub-folders are not listed, and neither are symbolic
+  // system lists them (on Linux: by name, byte for byte); sub-folders are not listed, and neither are symbolic
   // links (on Windows: reparse points) or other entries that are no plain
   // file, so that nothing outside the folder is ever reached through one.
   // Raises 76 for a missing folder.

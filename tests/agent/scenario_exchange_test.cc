@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -57,6 +58,44 @@ void PrintTo(const Exchange& exchange, std::ostream* out) { *out << exchange.sce
 
 std::string Quoted(const std::string& text) { return "'" + text + "'"; }
 
+// The log's text column (everything after the second TAB of each line), with
+// the test folder written as "{dir}" and a block of lines that repeats itself
+// at once (a file offered again while the agent still holds it) kept once,
+// so that the text does not depend on how many ticks a held file took.
+std::string LogTexts(const std::string& log, const std::string& dir) {
+  std::vector<std::string> lines;
+  size_t start = 0;
+  while (start < log.size()) {
+    size_t end = log.find("\r\n", start);
+    if (end == std::string::npos) end = log.size();
+    std::string line = log.substr(start, end - start);
+    start = end + 2;
+    const size_t first_tab = line.find('\t');
+    const size_t second_tab =
+        first_tab == std::string::npos ? std::string::npos : line.find('\t', first_tab + 1);
+    // The access check's line has no date and time columns.
+    if (second_tab != std::string::npos) line = line.substr(second_tab + 1);
+    for (size_t at = line.find(dir); at != std::string::npos; at = line.find(dir, at)) {
+      line.replace(at, dir.size(), "{dir}");
+    }
+    lines.push_back(line);
+  }
+  std::vector<std::string> kept;
+  for (const std::string& line : lines) {
+    kept.push_back(line);
+    for (size_t block = 1; block <= 4 && 2 * block <= kept.size(); ++block) {
+      if (std::equal(kept.end() - static_cast<std::ptrdiff_t>(block), kept.end(),
+                     kept.end() - static_cast<std::ptrdiff_t>(2 * block))) {
+        kept.resize(kept.size() - block);
+        break;
+      }
+    }
+  }
+  std::string text;
+  for (const std::string& line : kept) text += line + "\n";
+  return text;
+}
+
 int ExitStatusIn(const std::string& path) {
   const std::string text = test::ReadFileBytes(path);
   return text.empty() ? -1 : std::stoi(text);
@@ -76,7 +115,7 @@ TEST_P(ScenarioExchangeTest, AgentAndComponentAgree) {
   const std::string d = Quoted(x.path());
   std::string script = "env TZ=Europe/Berlin XDG_CONFIG_HOME=" + d + "/home ";
   script += std::string(KDZV_ZVSYNC_PATH) + " sync --download " + d + "/down --upload " + d +
-            "/up --depot " + d + "/depot --cfg " + d + "/zv.cfg --log-file " + d + "/zv.log " +
+            "/up --depot " + d + "/depot --cfg " + d + "/zv.cfg --log --log-file " + d + "/zv.log " +
             exchange.zvsync_options + " </dev/null >" + d + "/sync.out 2>&1 & pid=$!\n";
   script += std::string(KDZV_ZVAGENT_PATH) + " --upload " + d + "/up --download " + d +
             "/down --keep " + d + "/keep --bundled " + exchange.scenario + " >" + d +
@@ -125,6 +164,14 @@ TEST_P(ScenarioExchangeTest, AgentAndComponentAgree) {
   }
   EXPECT_TRUE(test::FolderEntries(x.File("up")).empty());
   EXPECT_TRUE(test::FolderEntries(x.File("down")).empty());
+
+  // Every text the component logged, in order, as the golden has it.
+  const std::string log_golden = std::string("exchange-log/") + exchange.scenario + ".txt";
+  const std::string texts = LogTexts(test::ReadFileBytes(x.File("zv.log")), x.path());
+  if (std::getenv("KDZV_UPDATE_GOLDENS") != nullptr) {
+    test::WriteFileBytes(test::TestDataPath("golden/" + log_golden), texts);
+  }
+  EXPECT_EQ(texts, test::Golden(log_golden));
 }
 
 INSTANTIATE_TEST_SUITE_P(Bundled, ScenarioExchangeTest, ::testing::ValuesIn(kExchanges),

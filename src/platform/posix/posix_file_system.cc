@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <memory>
@@ -210,6 +211,10 @@ std::vector<std::string> PosixFileSystem::ListFiles(std::string_view folder_view
     if (name == "." || name == "..") continue;
     if (IsRegularFile(dir.get(), *entry)) names.emplace_back(name);
   }
+  // In the order of their names, as Windows lists a folder on its own file
+  // system, rather than in the order of a directory's hash table, so that
+  // files found in one tick are taken in the same order everywhere.
+  std::sort(names.begin(), names.end());
   return names;
 }
 
