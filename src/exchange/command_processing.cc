@@ -6,7 +6,7 @@
 
 #include "interface/error_report.h"
 #include "exchange/kd_zv_interface.h"
-#include "message/opening_time_items.h"
+#include "exchange/opening_times.h"
 #include "util/text.h"
 #include "util/vb_convert.h"
 
@@ -53,64 +53,6 @@ bool AnswerIsEmpty(clZVUpDownFile& answer) {
          answer.MapTerminCol().Count() == 0 && answer.ReplaceOpeningTimeCol().Count() == 0 &&
          answer.ReplaceTerminCol().Count() == 0;
 }
-
-// Builds the opening-time items: one per practitioner, in it one value per
-// method, in that one Day per date; what the host names twice is merged.
-class OpeningTimes {
- public:
-  explicit OpeningTimes(clZVReplaceOpeningTimeCol& items) : items_(items) {}
-
-  void Add(const kdZVBelegung& belegung) {
-    const std::string practitioner_key = "P_" + std::to_string(belegung.BehandlerID);
-    std::shared_ptr<clZVOpeningTime> opening;
-    if (items_.Contains(practitioner_key)) {
-      opening = items_.Item(practitioner_key);
-    } else {
-      opening = items_.Add(0, std::to_string(belegung.BehandlerID), belegung.BehandlerIDext, "",
-                           practitioner_key);
-    }
-    const std::string method_key = "M_" + std::to_string(belegung.MethodeID);
-    std::shared_ptr<clZVAttribute_Value> method;
-    if (opening->Values->Contains(method_key)) {
-      method = opening->Values->Item(method_key);
-    } else {
-      method = opening->Values->Add(std::to_string(belegung.MethodeID), belegung.MethodeIDext, "",
-                                    method_key);
-    }
-    // A date the host gave far outside the calendar is an overflow.
-    const DateTime day = belegung.Datum.DayPart();
-    const std::string day_key = "D_" + day.Format("yyyymmdd");
-    Day& collected = days_[practitioner_key + method_key + day_key];
-    if (!collected.item) {
-      // The day's text is written once all its slots are known (Finish), so
-      // that each slot is formatted once however often the day is named.
-      collected.item = method->Days->Add("", day_key);
-      collected.day = day;
-    }
-    if (belegung.Zeiten) {
-      for (const auto& zeit : *belegung.Zeiten) {
-        collected.slots.push_back({zeit->StartZeit, zeit->Dauer});
-      }
-    }
-  }
-
-  // Writes the text of every day collected.
-  void Finish() {
-    for (auto& entry : days_) {
-      Day& collected = entry.second;
-      collected.item->Value = OpeningDayText(collected.day, collected.slots);
-    }
-  }
-
- private:
-  struct Day {
-    std::shared_ptr<clZVAttribute_ValueDay> item;
-    DateTime day;
-    std::vector<OpeningSlot> slots;
-  };
-  clZVReplaceOpeningTimeCol& items_;
-  std::map<std::string, Day> days_;
-};
 
 }  // namespace
 

@@ -121,10 +121,11 @@ TEST(ExchangeRulesTest, AForeignFileStillBeingWrittenIsLeftAndTheWatchGoesOn) {
       ASSERT_TRUE(holder->holding());
     }
     if (harness.passes == 4) {
-      // Finished: renamed into place while still held, then let go.
-      fs::rename(harness.Down("HX1_2.xml.part"), harness.Down("HX1_2.xml"));
-      test::WriteFileBytes(harness.Down("HX1_2.xml"), ExchangeHarness::Answer(1, 2, kSessionEnd));
+      // Finished: let go and renamed into place.
       holder.reset();
+      test::WriteFileBytes(harness.Down("HX1_2.xml.part"),
+                           ExchangeHarness::Answer(1, 2, kSessionEnd));
+      fs::rename(harness.Down("HX1_2.xml.part"), harness.Down("HX1_2.xml"));
     }
   };
   EXPECT_EQ(h.Run({}), ZV_Success);
