@@ -4,6 +4,7 @@
 #include "interface/component_log.h"
 #include "interface/error_report.h"
 #include "exchange/kd_zv_interface.h"
+#include "util/text.h"
 
 namespace kdzv {
 
@@ -60,6 +61,21 @@ enmZVRetValues kdZVInterface::StartSync(intptr_t mOwner, std::string& sErr) {
       ShowMessage("Fehler: Der eingestellte Uploadpfad existiert nicht: " + upload +
                   std::string(kCheckSettings));
       return ZV_Error_PathNotExist;
+    }
+
+    // The prefix becomes part of every file name of the exchange: a stored
+    // text that could name a file elsewhere is refused before anything is
+    // written or moved.
+    const std::string prefix = settings->FilePraefix();
+    if (!IsPlainFileNamePart(prefix)) {
+      WriteLogLine("(StartSync) -> Fehler: Ungültiges Datei-Präfix: " + prefix);
+      ShowMessage("Fehler: Das eingestellte Session-Präfix \"" + prefix +
+                  "\" kann nicht Teil eines Dateinamens sein. Erlaubt sind höchstens " +
+                  std::to_string(kMaxFileNamePart) +
+                  " Byte ohne Verzeichnistrenner, ohne Steuerzeichen und ohne die Zeichen "
+                  ": * ? \" < > |; \".\" und \"..\" allein sind nicht erlaubt." +
+                  std::string(kCheckSettings));
+      return ZV_Error_General;
     }
 
     if (!fs.ListFiles(download).empty()) {

@@ -147,6 +147,11 @@ bool clZVSettings::SetFromText(std::string_view name, std::string_view text, std
   if (!index) return fail("unknown setting \"" + std::string(name) + "\"");
   const std::string_view property = kNames[*index];
   const Value& current = values_[*index];
+  if (*index == kFilePraefix && !IsPlainFileNamePart(text)) {
+    return fail("FilePraefix becomes part of file names: \"" + std::string(text) +
+                "\" has a folder separator, \"..\", one of : * ? \" < > |, a control "
+                "character, or more than " + std::to_string(kMaxFileNamePart) + " bytes");
+  }
   if (std::holds_alternative<std::string>(current)) {
     Put(*index, std::string(text));
   } else if (std::holds_alternative<bool>(current)) {

@@ -53,4 +53,18 @@ std::string_view Trim(std::string_view text) {
   return text.substr(first, last - first + 1);
 }
 
+bool IsPlainFileNamePart(std::string_view text) {
+  if (text.size() > kMaxFileNamePart || text == "." || text == "..") return false;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte < 0x20 || byte == 0x7f) return false;
+    switch (c) {
+      case '/': case '\\': case ':': case '*': case '?': case '"': case '<': case '>': case '|':
+        return false;
+      default: break;
+    }
+  }
+  return true;
+}
+
 }  // namespace kdzv

@@ -17,6 +17,15 @@ bool EqualsIgnoreCase(std::string_view a, std::string_view b);
 // Removes leading and trailing blanks, tabs, CR and LF.
 std::string_view Trim(std::string_view text);
 
+// The longest text that IsPlainFileNamePart accepts, in bytes.
+inline constexpr size_t kMaxFileNamePart = 100;
+
+// Whether `text` may stand inside a file name in any folder, on Windows and
+// on Linux alike: no folder separator or drive colon, none of * ? " < > |,
+// no control character, not "." or "..", at most kMaxFileNamePart bytes.
+// The empty text is a plain part.
+bool IsPlainFileNamePart(std::string_view text);
+
 }  // namespace kdzv
 
 #endif  // KDZV_UTIL_TEXT_H_

@@ -107,6 +107,35 @@ TEST(ExchangeRulesTest, SubFoldersOfTheExchangeFoldersAreNeitherCountedNorMoved)
   EXPECT_THAT(test::ReadFileBytes(h.LogFile()), Not(HasSubstr("ist nicht leer")));
 }
 
+// --- Names from the settings ---
+
+TEST(ExchangeRulesTest, APrefixThatIsNoPlainFileNamePartIsRefusedBeforeAnythingIsWritten) {
+  for (const std::string& prefix : std::vector<std::string>{"../../x_", "..", "a/b", "a\\b", "C:x", "x|y", "x\ny",
+                                   std::string(101, 'p')}) {
+    ExchangeHarness h;
+    h.Settings()->SetFilePraefix(prefix);
+    test::WriteFileBytes(h.Down("left-over.xml"), "x");
+    EXPECT_EQ(h.Run({}), ZV_Error_General) << prefix;
+    ASSERT_EQ(h.ui.boxes.size(), 1u) << prefix;
+    EXPECT_THAT(h.ui.boxes[0].text,
+                HasSubstr("Fehler: Das eingestellte Session-Präfix \"" + prefix +
+                          "\" kann nicht Teil eines Dateinamens sein."));
+    // Nothing written, moved or numbered.
+    EXPECT_TRUE(test::FolderEntries(h.up).empty()) << prefix;
+    EXPECT_EQ(test::FolderEntries(h.down), Names{"left-over.xml"}) << prefix;
+    EXPECT_EQ(test::FolderEntries(h.dir.path()).size(), 4u) << prefix;  // up, down, depot, log
+    EXPECT_FALSE(h.profile.Value("kdZentavo.cfg", "SESSION", "LastSessionID").has_value());
+  }
+}
+
+TEST(ExchangeRulesTest, APlainPrefixWithUmlautsAndBlanksIsTaken) {
+  ExchangeHarness h;
+  h.Settings()->SetFilePraefix("Praxis Süd-");
+  EXPECT_EQ(h.Run({{"Praxis Süd-1_1.xml", "Praxis Süd-1_2.xml",
+                    ExchangeHarness::Answer(1, 2, kSessionEnd)}}),
+            ZV_Success);
+}
+
 // --- Files that another process still writes ---
 
 TEST(ExchangeRulesTest, AForeignFileStillBeingWrittenIsLeftAndTheWatchGoesOn) {

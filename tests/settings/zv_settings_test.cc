@@ -269,5 +269,16 @@ TEST_F(ZVSettingsTest, LoadReadsTheStoreAgain) {
   EXPECT_EQ(settings.UploadPath(), "D:\\up");
 }
 
+TEST_F(ZVSettingsTest, SetFromTextRefusesAPrefixThatIsNoPlainFileNamePart) {
+  clZVSettings settings(registry);
+  std::string error;
+  EXPECT_FALSE(settings.SetFromText("FilePraefix", "../../x_", &error));
+  EXPECT_THAT(error, HasSubstr("FilePraefix becomes part of file names"));
+  EXPECT_EQ(settings.FilePraefix(), "HX");
+  EXPECT_FALSE(Stored("FilePraefix").has_value());
+  EXPECT_TRUE(settings.SetFromText("FilePraefix", "Praxis-", &error));
+  EXPECT_EQ(Stored("FilePraefix"), "Praxis-");
+}
+
 }  // namespace
 }  // namespace kdzv
