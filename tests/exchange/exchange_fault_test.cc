@@ -39,7 +39,7 @@ TEST(ExchangeFaultTest, AnUploadFolderThatCannotTakeTheOpeningMessageCancels) {
   ExchangeHarness h;
   Obstruct(h.Up("HX1_1.xml"));
   EXPECT_EQ(h.Run({}), ZV_Error_Cancel);
-  EXPECT_TRUE(Contains(test::ReadFileBytes(h.LogFile()), "Fehler beim Erstellen des Session-Files!"));
+  EXPECT_TRUE(Contains(h.LogText(), "Fehler beim Erstellen des Session-Files!"));
   // The number is used up all the same: the next exchange takes the next one.
   EXPECT_EQ(h.profile.Value("kdZentavo.cfg", "SESSION", "LastSessionID"), "1");
   fs::remove(h.Up("HX1_1.xml"));
@@ -54,7 +54,7 @@ TEST(ExchangeFaultTest, AnAnswerThatCannotBeWrittenIsReportedAndNothingIsLost) {
   // No answer reaches the agent, so the exchange waits until it is given up.
   EXPECT_EQ(h.Run({{"HX1_1.xml", "HX1_2.xml", ExchangeHarness::Answer(1, 2, kAdd)}}, 12),
             ZV_Error_Cancel);
-  const std::string log = test::ReadFileBytes(h.LogFile());
+  const std::string log = h.LogText();
   EXPECT_TRUE(Contains(log, "Antwortdatei wird geschrieben: " + h.Up("HX1_3.xml"))) << log;
   EXPECT_TRUE(Contains(log, "CreateUpFile")) << log;
   EXPECT_TRUE(Contains(log, "File=" + h.Up("HX1_3.xml"))) << log;
@@ -75,7 +75,7 @@ TEST(ExchangeFaultTest, AReadOnlyAnswerIsLeftInPlaceUntilItCanBeTaken) {
   };
   EXPECT_EQ(h.Run({{"HX1_1.xml", "HX1_2.xml", ExchangeHarness::Answer(1, 2, kSessionEnd)}}),
             ZV_Success);
-  const std::string log = test::ReadFileBytes(h.LogFile());
+  const std::string log = h.LogText();
   const size_t refused = log.find("Die Datei kann nicht exklusiv geöffnet werden");
   ASSERT_NE(refused, std::string::npos) << log;
   EXPECT_LT(refused, log.find("Die Datei wird verarbeitet..."));
@@ -103,7 +103,7 @@ TEST(ExchangeFaultTest, ADepotThatCannotTakeAFileLeavesItInTheDownloadFolder) {
             ZV_Error_Cancel);
   EXPECT_TRUE(fs::exists(h.Down("HX1_2.xml")));
   EXPECT_TRUE(fs::exists(h.Up("HX1_3.xml")));
-  const std::string log = test::ReadFileBytes(h.LogFile());
+  const std::string log = h.LogText();
   EXPECT_TRUE(Contains(log, "(MAIN) --> ERROR: ")) << log;
   EXPECT_TRUE(Contains(log, "File=" + h.Down("HX1_2.xml"))) << log;
   EXPECT_TRUE(Contains(log, "Erwartete Datei: 'HX1_4.xml'")) << log;

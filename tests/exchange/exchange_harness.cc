@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "platform/platform.h"
+#include "util/windows_1252.h"
 
 namespace kdzv::test {
 
@@ -93,6 +94,15 @@ std::string ExchangeHarness::Join(const std::string& folder, const std::string& 
 }
 
 std::string ExchangeHarness::LogFile() const { return dir.File("kdZentavo.log"); }
+
+std::string ExchangeHarness::LogText() const {
+  const std::string bytes = ReadFileBytes(LogFile());
+#ifdef _WIN32
+  return Windows1252ToUtf8(bytes);
+#else
+  return bytes;
+#endif
+}
 
 kdZVInterface& ExchangeHarness::Interface() {
   if (!zv_) {

@@ -83,6 +83,9 @@ class ExchangeHarness {
   std::string Depot(const std::string& name) const { return Join(depot, name); }
   static std::string Join(const std::string& folder, const std::string& name);
   std::string LogFile() const;
+  // The log's text as UTF-8: the log is a text file of its system, in the
+  // ANSI code page (Windows-1252 in the test prefix) on Windows.
+  std::string LogText() const;
 
   ScopedProcess process;
   TempDir dir;

@@ -54,7 +54,7 @@ TEST(ExchangeTest, AFirstBookingExchangeFromStartToSessionEnd) {
   EXPECT_EQ(h.host.events, Names{"OnTermin Add ZV-1"});
   EXPECT_EQ(h.profile.Value("kdZentavo.cfg", "SESSION", "LastSessionID"), "1");
   EXPECT_EQ(h.host.sync_log.back(), "Synchronisation erfolgreich abgeschlossen.");
-  EXPECT_TRUE(Contains(test::ReadFileBytes(h.LogFile()), "(StartSync) -> Rückgabewert 0"));
+  EXPECT_TRUE(Contains(h.LogText(), "(StartSync) -> Rückgabewert 0"));
 }
 
 TEST(ExchangeTest, TwoExchangesGetConsecutiveSessionNumbers) {
@@ -85,7 +85,7 @@ TEST(ExchangeTest, AnUploadPathWithATrailingSeparatorGivesTheSamePath) {
   h.Settings()->SetUploadPath(h.up + static_cast<char>(std::filesystem::path::preferred_separator));
   EXPECT_EQ(h.Run({{"HX1_1.xml", "HX1_2.xml", ExchangeHarness::Answer(1, 2, kSessionEnd)}}),
             ZV_Success);
-  EXPECT_TRUE(Contains(test::ReadFileBytes(h.LogFile()),
+  EXPECT_TRUE(Contains(h.LogText(),
                        "Session-File = :" + h.Up("HX1_1.xml") + "\r\n"));
 }
 
@@ -101,7 +101,7 @@ TEST(ExchangeTest, AMissingDownloadFolderShowsOnlyItsMessage) {
                               "Schnittstelle zu Zentavo.";
   EXPECT_EQ(h.ui.boxes[0].text, message);
   EXPECT_EQ(h.ui.boxes[0].style, msgbox::kExclamation);
-  EXPECT_TRUE(Contains(test::ReadFileBytes(h.LogFile()), "MELDUNG: " + message));
+  EXPECT_TRUE(Contains(h.LogText(), "MELDUNG: " + message));
   EXPECT_TRUE(test::FolderEntries(h.up).empty());
 }
 
@@ -122,7 +122,7 @@ TEST(ExchangeTest, LeftOverFilesGoToTheDepotDownloadFirstAndOverwrite) {
             ZV_Success);
   EXPECT_EQ(test::ReadFileBytes(h.Depot("old.xml")), "new content");
   EXPECT_EQ(test::ReadFileBytes(h.Depot("HX0_1.xml")), "upload");
-  const std::string log = test::ReadFileBytes(h.LogFile());
+  const std::string log = h.LogText();
   EXPECT_LT(log.find("(StartSync) -> Der Downloadpfad ist nicht leer: "),
             log.find("(StartSync) -> Der Uploadpfad ist nicht leer: "));
 }
@@ -144,7 +144,7 @@ TEST(ExchangeTest, WithLoggingOffOnlyTheAccessCheckIsWritten) {
   ExchangeHarness h;
   h.Settings()->SetDoLog(false);
   h.Run({{"HX1_1.xml", "HX1_2.xml", ExchangeHarness::Answer(1, 2, kSessionEnd)}});
-  EXPECT_EQ(test::ReadFileBytes(h.LogFile()), "(StartSync) -> aufgerufen\r\n");
+  EXPECT_EQ(h.LogText(), "(StartSync) -> aufgerufen\r\n");
 }
 
 TEST(ExchangeTest, AnUnwritableLogEndsAtOnceWithItsText) {
@@ -164,7 +164,7 @@ TEST(ExchangeTest, AForeignFileIsPutAwayAndTheExchangeGivenUp) {
   EXPECT_EQ(h.Run({{"HX1_1.xml", "XY1_2.xml", ExchangeHarness::Answer(1, 2, kSessionEnd)}}),
             ZV_Error_Cancel);
   EXPECT_TRUE(std::filesystem::exists(h.Depot("XY1_2.xml")));
-  EXPECT_TRUE(Contains(test::ReadFileBytes(h.LogFile()),
+  EXPECT_TRUE(Contains(h.LogText(),
                        "Die Datei gehört nicht zu aktuellen Session. Datei wird ignoriert."));
 }
 
@@ -173,7 +173,7 @@ TEST(ExchangeTest, OnlyTheNextNumberIsTaken) {
   EXPECT_EQ(h.Run({{"HX1_1.xml", "HX1_3.xml", ExchangeHarness::Answer(1, 3, kSessionEnd)}}),
             ZV_Error_Cancel);
   EXPECT_TRUE(std::filesystem::exists(h.Depot("HX1_3.xml")));
-  EXPECT_TRUE(Contains(test::ReadFileBytes(h.LogFile()),
+  EXPECT_TRUE(Contains(h.LogText(),
                        "Die Datei gehört zwar zu aktuellen Session, hat aber keine korrekte "
                        "Msg-ID. Erwartete Datei: 'HX1_2.xml'. Datei wird ignoriert."));
 }
@@ -201,7 +201,7 @@ TEST(ExchangeTest, AnEmptyDepotPathDeletesProcessedFiles) {
             ZV_Success);
   EXPECT_TRUE(test::FolderEntries(h.down).empty());
   EXPECT_TRUE(test::FolderEntries(h.depot).empty());
-  EXPECT_TRUE(Contains(test::ReadFileBytes(h.LogFile()),
+  EXPECT_TRUE(Contains(h.LogText(),
                        "Ablagepfad nicht eingegeben. Abgearbeitete Datei wird deshalb gelöscht: " +
                            h.Down("HX1_2.xml")));
 }
@@ -270,7 +270,7 @@ TEST(ExchangeTest, AnAttributeNamedOtherwiseThanTheMethodNeverReachesTheHost) {
                                         "</Value></Attribute></Add>")},
          {"HX1_3.xml", "HX1_4.xml", ExchangeHarness::Answer(1, 4, kSessionEnd)}});
   EXPECT_TRUE(h.host.events.empty());
-  EXPECT_TRUE(Contains(test::ReadFileBytes(h.LogFile()),
+  EXPECT_TRUE(Contains(h.LogText(),
                        "Attribute 'behandlungsart' nicht bekannt. Ggf. Matching-Daei prüfen."));
 }
 
@@ -288,7 +288,7 @@ TEST(ExchangeTest, AFileHeldOpenIsTakenOnALaterTick) {
   };
   EXPECT_EQ(h.Run({{"HX1_1.xml", "HX1_2.xml", ExchangeHarness::Answer(1, 2, kSessionEnd)}}),
             ZV_Success);
-  EXPECT_TRUE(Contains(test::ReadFileBytes(h.LogFile()),
+  EXPECT_TRUE(Contains(h.LogText(),
                        "Die Datei kann nicht exklusiv geöffnet werden"));
 }
 
@@ -335,7 +335,7 @@ TEST(ExchangeTest, TheUserCancelsFromTheWindow) {
   ASSERT_GE(log.size(), 2u);
   EXPECT_EQ(log[log.size() - 2], "Abbruch durch Benutzer.");
   EXPECT_EQ(log.back(), "Synchronisation abgebrochen.");
-  EXPECT_TRUE(Contains(test::ReadFileBytes(h.LogFile()),
+  EXPECT_TRUE(Contains(h.LogText(),
                        "[SyncForm_OnLog] Abbruch durch Benutzer.\r\n"));
 }
 
