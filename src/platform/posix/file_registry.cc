@@ -164,7 +164,7 @@ Location Locate(const std::string& root, const std::vector<std::string>& parts) 
 }
 
 bool HasSubKeys(const Location& where) {
-  if (IsFile(where.sub_file) && !IniDocument::Load(where.sub_file).Sections().empty()) {
+  if (IsFile(where.sub_file) && IniDocument::Load(where.sub_file).HasAnySection()) {
     return true;
   }
   if (IsFolder(where.sub_dir)) {
@@ -399,10 +399,8 @@ int32_t FileRegistry::QueryMaxValueLength(Handle key, size_t* bytes) {
   return OnOpenKey(RootFolder(opened->root), opened->path,
                    [&](const Location& where, IniDocument& document) -> int32_t {
                      size_t longest = 0;
-                     for (const std::string& name : document.Keys(where.section)) {
-                       if (const auto value = document.Get(where.section, name)) {
-                         longest = std::max(longest, Decode(*value).size() + 1);
-                       }
+                     for (const auto& entry : document.Entries(where.section)) {
+                       longest = std::max(longest, Decode(entry.second).size() + 1);
                      }
                      *bytes = longest;
                      return reg::kSuccess;
@@ -458,7 +456,7 @@ int32_t FileRegistry::DeleteKey(RegistryRoot root, std::string_view path) {
     if (IsFile(where.sub_file)) ::unlink(where.sub_file.c_str());
     if (IsFolder(where.sub_dir)) ::rmdir(where.sub_dir.c_str());
     document.RemoveSection(where.section);
-    if (document.Sections().empty()) {
+    if (!document.HasAnySection()) {
       if (::unlink(where.file.c_str()) != 0 && errno != ENOENT) throw Failure{FromErrno(errno)};
       RemoveEmptyFolders(where.folder, root_folder);
     } else {

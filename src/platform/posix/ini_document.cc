@@ -4,11 +4,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
 #include <random>
+#include <unordered_set>
 #include <utility>
 
 #include "platform/posix/errno_error.h"
@@ -110,6 +112,9 @@ IniDocument IniDocument::Parse(std::string_view text) {
     text.remove_prefix(kBom.size());
   }
   bool style_known = false;
+  // Room for every line at once: growing the list step by step would hold
+  // it twice while it moves.
+  doc.lines_.reserve(static_cast<size_t>(std::count(text.begin(), text.end(), '\n')) + 1);
   size_t start = 0;
   while (start < text.size()) {
     const size_t newline = text.find('\n', start);
@@ -122,7 +127,9 @@ IniDocument IniDocument::Parse(std::string_view text) {
     } else {
       start = newline + 1;
     }
-    const bool crlf = !piece.empty() && piece.back() == '\r';
+    // A CR belongs to the line end only where a LF follows it; a last line
+    // without a line end keeps what it has.
+    const bool crlf = newline != std::string_view::npos && !piece.empty() && piece.back() == '\r';
     if (crlf) piece.remove_suffix(1);
     if (!style_known && newline != std::string_view::npos) {
       doc.line_end_ = crlf ? "\r\n" : "\n";
@@ -151,13 +158,27 @@ IniDocument IniDocument::Parse(std::string_view text) {
 }
 
 IniDocument IniDocument::Load(const std::string& path) {
-  UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  // Opened without waiting: a pipe in the file's place must not block here.
+  UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
   if (file.get() < 0) {
     // A file that does not exist reads as an empty one, also when its folder
     // is missing.
     if (errno == ENOENT || errno == ENOTDIR) return IniDocument();
     RaiseFileError(errno, kLoadSource);
   }
+  struct stat info {};
+  if (::fstat(file.get(), &info) != 0) RaiseFileError(errno, kLoadSource);
+  if (!S_ISREG(info.st_mode)) {
+    Raise(err::kPathFileAccess, "Path/File access error (no regular file: " + path + ")",
+          kLoadSource);
+  }
+  const auto too_large = [&path] {
+    Raise(err::kPathFileAccess,
+          "Path/File access error (more than " + std::to_string(kMaxFileBytes) +
+              " bytes: " + path + ")",
+          kLoadSource);
+  };
+  if (static_cast<unsigned long long>(info.st_size) > kMaxFileBytes) too_large();
   std::string text;
   char buffer[8192];
   for (;;) {
@@ -167,6 +188,8 @@ IniDocument IniDocument::Load(const std::string& path) {
       RaiseFileError(errno, kLoadSource);
     }
     if (n == 0) break;
+    // A file that grows while it is read is held to the same limit.
+    if (text.size() + static_cast<size_t>(n) > kMaxFileBytes) too_large();
     text.append(buffer, static_cast<size_t>(n));
   }
   return Parse(text);
@@ -208,27 +231,45 @@ bool IniDocument::HasSection(std::string_view section) const {
   return FindHeader(section) != std::string::npos;
 }
 
-std::vector<std::string> IniDocument::Keys(std::string_view section) const {
-  std::vector<std::string> keys;
+std::vector<std::pair<std::string, std::string>> IniDocument::Entries(
+    std::string_view section) const {
+  std::vector<std::pair<std::string, std::string>> entries;
   const size_t header = FindHeader(section);
-  if (header == std::string::npos) return keys;
+  if (header == std::string::npos) return entries;
   const size_t end = SectionEnd(header);
+  // One pass: a name seen before is shadowed by its first line, as in
+  // lookups.
+  std::unordered_set<std::string> seen;
   for (size_t i = header + 1; i < end; ++i) {
     if (lines_[i].kind != Kind::kKey) continue;
-    // A repeated key is shadowed by its first line, as in lookups.
-    if (FindKey(header, lines_[i].name) == i) keys.push_back(lines_[i].name);
+    if (!seen.insert(ToUpper(lines_[i].name)).second) continue;
+    entries.emplace_back(lines_[i].name, ValueOf(lines_[i].text));
   }
+  return entries;
+}
+
+std::vector<std::string> IniDocument::Keys(std::string_view section) const {
+  std::vector<std::string> keys;
+  for (auto& entry : Entries(section)) keys.push_back(std::move(entry.first));
   return keys;
 }
 
 std::vector<std::string> IniDocument::Sections() const {
   std::vector<std::string> sections;
-  for (size_t i = 0; i < lines_.size(); ++i) {
-    if (lines_[i].kind == Kind::kHeader && FindHeader(lines_[i].name) == i) {
-      sections.push_back(lines_[i].name);
+  std::unordered_set<std::string> seen;
+  for (const Line& line : lines_) {
+    if (line.kind == Kind::kHeader && seen.insert(ToUpper(line.name)).second) {
+      sections.push_back(line.name);
     }
   }
   return sections;
+}
+
+bool IniDocument::HasAnySection() const {
+  for (const Line& line : lines_) {
+    if (line.kind == Kind::kHeader) return true;
+  }
+  return false;
 }
 
 void IniDocument::AppendLine(Line line) {

@@ -9,9 +9,11 @@
 #ifndef KDZV_PLATFORM_POSIX_INI_DOCUMENT_H_
 #define KDZV_PLATFORM_POSIX_INI_DOCUMENT_H_
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace kdzv::posix {
@@ -21,15 +23,27 @@ class IniDocument {
   IniDocument() = default;
   // Parses INI text (LF or CR LF line ends; a UTF-8 byte-order mark is skipped).
   static IniDocument Parse(std::string_view text);
+  // The largest file Load reads: settings and configuration files hold a
+  // few hundred bytes; anything beyond this is no such file.
+  // (Held in memory a line takes up to about 100 bytes: a file of blank
+  // lines at the limit costs some 30 MB at most.)
+  static constexpr size_t kMaxFileBytes = 256 * 1024;
+
   // Reads `path`; a missing file gives an empty document. Raises kdzv::Error
-  // when the file exists but cannot be read.
+  // when the file exists but cannot be read, and "Path/File access error"
+  // (75) when it is no regular file (a folder, a pipe, a device: never
+  // waited on, never read without end) or holds more than kMaxFileBytes.
   static IniDocument Load(const std::string& path);
 
   std::optional<std::string> Get(std::string_view section, std::string_view key) const;
   bool HasSection(std::string_view section) const;
   // The keys of a section, in file order (empty when it does not exist).
   std::vector<std::string> Keys(std::string_view section) const;
+  // The keys of a section with their values, in file order; a repeated key
+  // counts once, with its first value (as Get reads it).
+  std::vector<std::pair<std::string, std::string>> Entries(std::string_view section) const;
   std::vector<std::string> Sections() const;
+  bool HasAnySection() const;
 
   // Sets a key, appending the section and/or the key when they are missing.
   // A new key goes after the last key of its section, a new section at the

@@ -1,6 +1,7 @@
 #include "platform/posix/ini_document.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 
@@ -356,6 +357,71 @@ TEST(IniDocumentTest, SaveThroughASymbolicLinkReplacesItsTarget) {
   ASSERT_EQ(::lstat(link.c_str(), &info), 0);
   EXPECT_TRUE(S_ISLNK(info.st_mode));
   EXPECT_EQ(ReadFileBytes(real), "[S]\nk=2\n");
+}
+
+// --- Files that are no settings file ---
+
+TEST(IniDocumentLimitsTest, APipeInTheFilesPlaceIsRefusedWithoutWaiting) {
+  TempDir dir;
+  const std::string path = dir.File("kdZentavo.cfg");
+  ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
+  // Nobody writes into the pipe: an open that waited would never return.
+  EXPECT_EQ(ErrorNumberOf([&] { IniDocument::Load(path); }), 75);
+}
+
+TEST(IniDocumentLimitsTest, ALinkToADeviceIsRefusedWithoutReading) {
+  TempDir dir;
+  const std::string path = dir.File("kdZentavo.cfg");
+  ASSERT_EQ(::symlink("/dev/zero", path.c_str()), 0);
+  EXPECT_EQ(ErrorNumberOf([&] { IniDocument::Load(path); }), 75);
+}
+
+TEST(IniDocumentLimitsTest, AFolderInTheFilesPlaceIsRefused) {
+  TempDir dir;
+  ASSERT_EQ(::mkdir(dir.File("kdZentavo.cfg").c_str(), 0700), 0);
+  EXPECT_NE(ErrorNumberOf([&] { IniDocument::Load(dir.File("kdZentavo.cfg")); }), 0);
+}
+
+TEST(IniDocumentLimitsTest, AFileUpToTheLimitIsReadAndOneByteMoreIsRefused) {
+  TempDir dir;
+  const std::string path = dir.File("big.ini");
+  std::string text = "[SESSION]\nLastSessionID=7\n";
+  text.resize(IniDocument::kMaxFileBytes, '\n');
+  WriteFileBytes(path, text);
+  EXPECT_EQ(IniDocument::Load(path).Get("SESSION", "LastSessionID"), "7");
+  WriteFileBytes(path, text + "\n");
+  try {
+    IniDocument::Load(path);
+    FAIL() << "no error";
+  } catch (const Error& e) {
+    EXPECT_EQ(e.number(), 75);
+    EXPECT_NE(e.description().find("more than 262144 bytes"), std::string::npos)
+        << e.description();
+  }
+}
+
+TEST(IniDocumentLimitsTest, ManyKeysAndSectionsKeepTheirFirstOccurrence) {
+  std::string text = "[Zentavo]\n";
+  for (int i = 0; i < 5000; ++i) text += "junk" + std::to_string(i) + "=" + std::to_string(i) + "\n";
+  text += "JUNK7=shadowed\n";
+  for (int i = 0; i < 5000; ++i) text += "[s" + std::to_string(i) + "]\n";
+  text += "[ZENTAVO]\nDoLog=True\n";
+  const IniDocument doc = IniDocument::Parse(text);
+  const auto entries = doc.Entries("zentavo");
+  ASSERT_EQ(entries.size(), 5000u);
+  EXPECT_EQ(entries[7], (std::pair<std::string, std::string>{"junk7", "7"}));
+  EXPECT_EQ(doc.Sections().size(), 5001u);
+  EXPECT_EQ(doc.Keys("Zentavo").back(), "junk4999");
+  // The second section of the same name is shadowed by the first.
+  EXPECT_EQ(doc.Get("Zentavo", "DoLog"), std::nullopt);
+  EXPECT_TRUE(doc.HasAnySection());
+  EXPECT_FALSE(IniDocument::Parse("; only a comment\n").HasAnySection());
+}
+
+TEST(IniDocumentTest, ALastLineWithoutLineEndKeepsItsCarriageReturns) {
+  const IniDocument doc = IniDocument::Parse("[SESSION]\r\r");
+  EXPECT_EQ(doc.Serialize(doc.line_end()), "[SESSION]\r\r");
+  EXPECT_TRUE(doc.HasSection("SESSION"));
 }
 
 }  // namespace
