@@ -9,7 +9,9 @@
 #ifndef KDZV_INTERFACE_COMPONENT_LOG_H_
 #define KDZV_INTERFACE_COMPONENT_LOG_H_
 
+#include <string>
 #include <string_view>
+#include <unordered_set>
 
 namespace kdzv {
 
@@ -19,6 +21,26 @@ inline constexpr std::string_view kComponentTitle = "kdZentavo";
 void LogLine(std::string_view text);
 void ReportLine(std::string_view text);
 void TraceLine(std::string_view text);
+
+// While one lives (the reading of one message), ReportLine logs every
+// report but shows each distinct text in a box only once: a message with
+// thousands of unknown elements would otherwise stop the user at thousands
+// of boxes. Scopes may nest; the innermost one counts.
+class OneBoxPerText {
+ public:
+  OneBoxPerText();
+  ~OneBoxPerText();
+  OneBoxPerText(const OneBoxPerText&) = delete;
+  OneBoxPerText& operator=(const OneBoxPerText&) = delete;
+
+  // Whether `text` is shown now: true the first time within the innermost
+  // scope (and always outside any).
+  static bool ShowNow(std::string_view text);
+
+ private:
+  OneBoxPerText* outer_;
+  std::unordered_set<std::string> shown_;
+};
 
 }  // namespace kdzv
 

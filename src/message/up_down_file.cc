@@ -73,6 +73,9 @@ void clZVUpDownFile::ReleaseReceived() {
 }
 
 bool clZVUpDownFile::AnalyzeDownFile(std::string_view path) {
+  // Every report of this message is logged; each distinct text is shown in
+  // a box once.
+  OneBoxPerText one_box_per_text;
   try {
     ReleaseReceived();
     file_name_ = std::string(path);

@@ -23,13 +23,23 @@
 namespace kdzv {
 
 namespace xml_limits {
-// The largest message file that is read at all.
-inline constexpr size_t kMaxFileBytes = size_t{256} * 1024 * 1024;
+// The largest message file that is read at all. Reading takes at its peak
+// up to about 50 times a file's size (a file of nothing but empty elements,
+// 4 bytes each, one tree element of 96 bytes each while the list of a
+// parent's children grows), an ordinary message about 7 times: 8 MiB keeps
+// the worst case near 420 MB, which a 32-bit host process can give, and
+// holds some 8 000 appointments with customer, calendar and attributes.
+inline constexpr size_t kMaxFileBytes = size_t{8} * 1024 * 1024;
 // The deepest nesting of elements (the document element is level 1). A
 // message needs 6 levels (SyncML, SyncBody, Add, VEvent, Attribute, Value).
 inline constexpr size_t kMaxDepth = 32;
 // The most character data one element may hold directly.
 inline constexpr size_t kMaxTextBytes = size_t{1024} * 1024;
+// The most attributes (namespace declarations included) one start tag may
+// carry. A message uses attributes only for its namespace; a parser checks
+// a tag's attributes against each other, which costs the square of their
+// number, so a file beyond this is refused before any parser sees it.
+inline constexpr size_t kMaxAttributes = 64;
 }  // namespace xml_limits
 
 class XmlParser {
@@ -46,9 +56,12 @@ class XmlParser {
 };
 
 // Whether the raw bytes of a file may be handed to a parser at all: not
-// larger than kMaxFileBytes and without a document type declaration, in
+// larger than kMaxFileBytes, without a document type declaration, in
 // whichever of the encodings an XML file can be written ("<!DOCTYPE" as
-// single bytes, UTF-8, or UTF-16 in either byte order).
+// single bytes, UTF-8, or UTF-16 in either byte order), and with no start
+// tag of more than kMaxAttributes attributes (counted as the "=" signs
+// outside quotes between "<" and ">"; in UTF-16 the same bytes stand for
+// them). One pass over the bytes.
 bool CheckRawMessage(std::string_view bytes);
 
 // Builds the element tree from the events of a streaming parser and

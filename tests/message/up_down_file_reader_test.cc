@@ -420,5 +420,23 @@ TEST_F(UpDownFileReaderTest, AnOverflowingNumberEndsTheReadingWithAnErrorReport)
                 path);
 }
 
+TEST_F(UpDownFileReaderTest, ThousandsOfUnknownElementsShowEachTextOnceAndLogEveryOne) {
+  std::string body;
+  for (int i = 0; i < 2000; ++i) body += "<Neu>" + std::to_string(i) + "</Neu>";
+  body += "<Anders/><Neu/>";
+  EXPECT_TRUE(Analyze(Message(body)));
+  int logged = 0;
+  for (const std::string& line : process.log.lines) {
+    if (line == "Unbekannter Knoten: syncbody>neu") ++logged;
+  }
+  EXPECT_EQ(logged, 2001);
+  ASSERT_EQ(process.ui.boxes.size(), 2u);
+  EXPECT_EQ(process.ui.boxes[0].text, "Unbekannter Knoten: syncbody>neu");
+  EXPECT_EQ(process.ui.boxes[1].text, "Unbekannter Knoten: syncbody>anders");
+  // The next message shows its reports again.
+  EXPECT_TRUE(Analyze(Message("<Neu/>")));
+  EXPECT_EQ(process.ui.boxes.size(), 3u);
+}
+
 }  // namespace
 }  // namespace kdzv

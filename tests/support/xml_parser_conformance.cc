@@ -423,6 +423,50 @@ TEST_P(XmlParserConformance, AFileLargerThanTheLimitIsRefused) {
   EXPECT_FALSE(parser->ParseFile(path));
 }
 
+// A start tag of `count` attributes (the first the namespace declaration).
+std::string TagWithAttributes(size_t count) {
+  std::string tag = "<SyncML xmlns=\"syncml:SYNCML1.1\"";
+  for (size_t i = 1; i < count; ++i) tag += " a" + std::to_string(i) + "='=>'";
+  return tag + "><SyncHdr/></SyncML>";
+}
+
+// UTF-16 of an ASCII text, in either byte order, with a byte-order mark.
+std::string Utf16(std::string_view ascii, bool big_endian) {
+  std::string out = big_endian ? std::string("\xFE\xFF") : std::string("\xFF\xFE");
+  for (const char c : ascii) {
+    if (big_endian) out.push_back('\0');
+    out.push_back(c);
+    if (!big_endian) out.push_back('\0');
+  }
+  return out;
+}
+
+TEST_P(XmlParserConformance, AttributeLimitIsAccepted) {
+  // Values holding "=" and ">" count as values, not as attributes or ends.
+  const auto root = Parse(TagWithAttributes(xml_limits::kMaxAttributes));
+  ASSERT_TRUE(root);
+  EXPECT_EQ(root->Children().size(), 1u);
+}
+
+TEST_P(XmlParserConformance, OneAttributeMoreIsRefusedBeforeParsing) {
+  EXPECT_FALSE(CheckRawMessage(TagWithAttributes(xml_limits::kMaxAttributes + 1)));
+  EXPECT_TRUE(Rejected(TagWithAttributes(xml_limits::kMaxAttributes + 1)));
+  // In UTF-16 as well.
+  EXPECT_FALSE(CheckRawMessage(Utf16(TagWithAttributes(xml_limits::kMaxAttributes + 1), false)));
+  EXPECT_FALSE(CheckRawMessage(Utf16(TagWithAttributes(xml_limits::kMaxAttributes + 1), true)));
+  EXPECT_TRUE(CheckRawMessage(Utf16(TagWithAttributes(xml_limits::kMaxAttributes), false)));
+}
+
+TEST_P(XmlParserConformance, ACommentOrQuoteCannotHideACrowdedTag) {
+  const std::string crowded = TagWithAttributes(xml_limits::kMaxAttributes + 1);
+  EXPECT_FALSE(CheckRawMessage("<!-- don't -->" + crowded));
+  EXPECT_FALSE(CheckRawMessage("<?xml version='1.0'?><!-- a > b ' -->" + crowded));
+  EXPECT_FALSE(CheckRawMessage("<![CDATA[ ' ]]>" + crowded));
+  // Many "=" in text, comments and values are no attributes.
+  const std::string many(200, '=');
+  EXPECT_TRUE(CheckRawMessage("<a b='" + many + "'>" + many + "<!--" + many + "--></a>"));
+}
+
 // ---------------------------------------------------------------------------
 // Refused documents (the files are in tests/data/malformed/)
 

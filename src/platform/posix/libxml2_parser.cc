@@ -92,34 +92,48 @@ void Refuse(ParseState& state) {
   if (state.context != nullptr) xmlStopParser(state.context);
 }
 
+// Runs the body of a callback. libxml2 is C: an exception must never travel
+// through its frames. A failure inside (memory running out while the tree
+// grows) stops the parser instead, and the file counts as unreadable.
+template <class Body>
+void Guarded(void* user_data, Body&& body) noexcept {
+  ParseState& state = StateOf(user_data);
+  if (state.refused) return;
+  try {
+    body(state);
+  } catch (...) {
+    Refuse(state);
+  }
+}
+
 void OnStartElement(void* user_data, const xmlChar* local_name, const xmlChar* prefix,
                     const xmlChar* /*uri*/, int /*namespace_count*/, const xmlChar** /*namespaces*/,
                     int /*attribute_count*/, int /*defaulted_count*/,
                     const xmlChar** /*attributes*/) {
-  ParseState& state = StateOf(user_data);
-  if (state.refused) return;
-  // The name as written: with its prefix, if it has one.
-  std::string name;
-  if (prefix != nullptr) {
-    name.append(View(prefix));
-    name.push_back(':');
-  }
-  name.append(View(local_name));
-  if (!state.builder.StartElement(name)) Refuse(state);
+  Guarded(user_data, [&](ParseState& state) {
+    // The name as written: with its prefix, if it has one.
+    std::string name;
+    if (prefix != nullptr) {
+      name.append(View(prefix));
+      name.push_back(':');
+    }
+    name.append(View(local_name));
+    if (!state.builder.StartElement(name)) Refuse(state);
+  });
 }
 
 void OnEndElement(void* user_data, const xmlChar* /*local_name*/, const xmlChar* /*prefix*/,
                   const xmlChar* /*uri*/) {
-  ParseState& state = StateOf(user_data);
-  if (!state.refused) state.builder.EndElement();
+  Guarded(user_data, [](ParseState& state) { state.builder.EndElement(); });
 }
 
 // Character data, white space and CDATA sections alike.
 void OnCharacters(void* user_data, const xmlChar* text, int length) {
-  ParseState& state = StateOf(user_data);
-  if (state.refused || length <= 0) return;
-  const std::string_view data(reinterpret_cast<const char*>(text), static_cast<size_t>(length));
-  if (!state.builder.Characters(data)) Refuse(state);
+  if (length <= 0) return;
+  Guarded(user_data, [&](ParseState& state) {
+    const std::string_view data(reinterpret_cast<const char*>(text), static_cast<size_t>(length));
+    if (!state.builder.Characters(data)) Refuse(state);
+  });
 }
 
 // A document type declaration never gets this far (CheckRawMessage refuses
