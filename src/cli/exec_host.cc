@@ -130,9 +130,12 @@ bool ExecHost::Send(const std::string& event, const Json& message, bool answer_e
       Report(event, "the host has ended");
       return false;
     case HostChannel::Status::kTimeout:
-      // The line goes out with the next one; its answer comes late.
-      if (answer_expected) ++owed_answers_;
-      Report(event, "the host takes no input within " + std::to_string(timeout_seconds_) + " s");
+    case HostChannel::Status::kTooLong:
+      // A host that takes no input would stall every later event and log
+      // line for the whole time-out: it counts as ended from now on.
+      ended_ = true;
+      Report(event, "the host takes no input within " + std::to_string(timeout_seconds_) +
+                        " s; it counts as ended");
       return false;
   }
   return false;
@@ -156,11 +159,24 @@ std::optional<Json> ExecHost::Ask(const std::string& event, const Json& message)
         ++owed_answers_;
         Report(event, "no answer within " + std::to_string(timeout_seconds_) + " s");
         return std::nullopt;
+      case HostChannel::Status::kTooLong:
+        ended_ = true;
+        Report(event, "an answer longer than " + std::to_string(HostChannel::kMaxLineBytes) +
+                          " bytes; the host counts as ended");
+        return std::nullopt;
     }
     if (owed_answers_ > 0) {
       // The late answer of an earlier event.
       --owed_answers_;
       continue;
+    }
+    // Checked before any parse: deep nesting or an object of very many
+    // members would cost the parser (and any copy of the value) more than
+    // the line's length.
+    const std::string shape_error = CheckJsonShape(line);
+    if (!shape_error.empty()) {
+      Report(event, "unreadable answer: " + shape_error);
+      return std::nullopt;
     }
     Json answer = Json::parse(line, nullptr, false);
     if (answer.is_discarded()) {

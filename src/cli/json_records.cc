@@ -124,4 +124,48 @@ bool ReadBelegungen(const Json& list, kdZVBelegungen& target, std::string& error
   return true;
 }
 
+std::string CheckJsonShape(std::string_view text) {
+  // Per open bracket: whether it is an object, and its members so far.
+  struct Open {
+    bool object;
+    size_t members;
+  };
+  std::vector<Open> open;
+  bool in_string = false;
+  bool escaped = false;
+  for (const char c : text) {
+    if (in_string) {
+      if (escaped) {
+        escaped = false;
+      } else if (c == '\\') {
+        escaped = true;
+      } else if (c == '"') {
+        in_string = false;
+      }
+      continue;
+    }
+    switch (c) {
+      case '"': in_string = true; break;
+      case '{':
+      case '[':
+        if (open.size() >= kMaxJsonDepth) {
+          return "nested deeper than " + std::to_string(kMaxJsonDepth) + " levels";
+        }
+        open.push_back({c == '{', 0});
+        break;
+      case '}':
+      case ']':
+        if (!open.empty()) open.pop_back();
+        break;
+      case ':':
+        if (!open.empty() && open.back().object && ++open.back().members > kMaxJsonMembers) {
+          return "an object of more than " + std::to_string(kMaxJsonMembers) + " members";
+        }
+        break;
+      default: break;
+    }
+  }
+  return "";
+}
+
 }  // namespace kdzv

@@ -115,6 +115,19 @@ bool ApplyJsonToRecord(const Json& changes, Record& record, std::string& error) 
 // "belegungen[0].Zeiten[1]: ...") and answers false.
 bool ReadBelegungen(const Json& list, kdZVBelegungen& target, std::string& error);
 
+// The deepest nesting of arrays and objects an answer may have (an answer
+// needs 5: answer, belegungen, one Belegung, Zeiten, one Zeit).
+inline constexpr size_t kMaxJsonDepth = 16;
+// The most members one object of an answer may have (a record has 24).
+inline constexpr size_t kMaxJsonMembers = 256;
+
+// Checks the shape of a JSON text in one pass over its bytes, before it is
+// parsed: "" when its nesting stays within kMaxJsonDepth and no object has
+// more than kMaxJsonMembers members, what is wrong otherwise. Brackets and
+// colons inside strings (escapes included) do not count. The text need not
+// be valid JSON; the parser decides that afterwards.
+std::string CheckJsonShape(std::string_view text);
+
 }  // namespace kdzv
 
 #endif  // KDZV_CLI_JSON_RECORDS_H_

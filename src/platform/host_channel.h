@@ -8,6 +8,7 @@
 #ifndef KDZV_PLATFORM_HOST_CHANNEL_H_
 #define KDZV_PLATFORM_HOST_CHANNEL_H_
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -20,7 +21,12 @@ class HostChannel {
     kOk,       // the line went out, or a whole line came in
     kTimeout,  // nothing (more) happened within the time-out
     kClosed,   // the child no longer reads or writes: it has ended
+    kTooLong,  // the child sent a line longer than kMaxLineBytes
   };
+
+  // The longest line read. A longer one is not kept: ReadLine answers
+  // kTooLong, and the channel is of no further use.
+  static constexpr size_t kMaxLineBytes = size_t{4} * 1024 * 1024;
 
   virtual ~HostChannel() = default;
 
@@ -31,7 +37,9 @@ class HostChannel {
 
   // Reads the next line (without its line feed, and without a carriage
   // return before it) into `line`. Text after the last line feed when the
-  // child closes its output counts as a last line.
+  // child closes its output counts as a last line. The time-out holds on
+  // the wall clock, also while the child keeps sending without a line feed;
+  // every byte received is looked at once.
   virtual Status ReadLine(int64_t timeout_ms, std::string& line) = 0;
 
   // Closes the child's input (dropping anything still queued), waits up to

@@ -293,23 +293,62 @@ TEST_F(ExecHostTest, TheDefaultTimeOutIsTenSeconds) {
   EXPECT_EQ(script.write_timeouts, std::vector<int64_t>{10000});
 }
 
-TEST_F(ExecHostTest, AHostThatTakesNoInput) {
+TEST_F(ExecHostTest, AHostThatTakesNoInputCountsAsEndedAfterTheFirstTimeOut) {
   MakeHost();
   script.write_results = {Status::kTimeout};
   auto calendar = std::make_shared<kdZVCalendar>();
   int32_t retVal = 0;
   host->OnCalendar(calendar, retVal);
   EXPECT_EQ(retVal, 0);
-  EXPECT_EQ(reports, std::vector<std::string>{"OnCalendar: the host takes no input within 10 s"});
+  EXPECT_EQ(reports, std::vector<std::string>{
+                         "OnCalendar: the host takes no input within 10 s; it counts as ended"});
   EXPECT_TRUE(script.read_timeouts.empty());
-  // Its answer, when it comes, belongs to that calendar and is dropped.
+  EXPECT_TRUE(host->Ended());
+  // Every later event is refused at once, without another wait; log lines
+  // are dropped.
   reports.clear();
-  Answer(R"({"retVal":true,"record":{"BehandlerIDHX":1}})");
   Answer(R"({"retVal":true,"record":{"BehandlerIDHX":2}})");
   host->OnCalendar(calendar, retVal);
-  EXPECT_EQ(retVal, -1);
-  EXPECT_EQ(calendar->BehandlerIDHX, 2);
-  EXPECT_TRUE(reports.empty());
+  std::string line = "Zeile";
+  host->OnSyncLog(line);
+  EXPECT_EQ(retVal, 0);
+  EXPECT_EQ(calendar->BehandlerIDHX, 0);
+  EXPECT_EQ(reports, std::vector<std::string>{"OnCalendar: the host has ended"});
+}
+
+TEST_F(ExecHostTest, AnAnswerLineTooLongEndsTheHost) {
+  MakeHost();
+  script.reads.emplace_back(Status::kTooLong, "");
+  std::shared_ptr<kdZVTermin> termin;
+  EXPECT_EQ(AskTermin(termin), 0);
+  EXPECT_TRUE(host->Ended());
+  ASSERT_EQ(reports.size(), 1u);
+  EXPECT_EQ(reports[0], "OnTermin: an answer longer than 4194304 bytes; the host counts as ended");
+}
+
+TEST_F(ExecHostTest, AnAnswerNestedTooDeepIsRefusedBeforeItIsParsed) {
+  MakeHost();
+  Answer(std::string(50000, '[') + std::string(50000, ']'));
+  Answer(R"({"retVal":true,"record":)" + std::string(20, '[') + std::string(20, ']') + "}");
+  std::shared_ptr<kdZVTermin> termin;
+  EXPECT_EQ(AskTermin(termin), 0);
+  EXPECT_EQ(AskTermin(termin), 0);
+  ASSERT_EQ(reports.size(), 2u);
+  EXPECT_EQ(reports[0], "OnTermin: unreadable answer: nested deeper than 16 levels");
+  EXPECT_EQ(reports[1], "OnTermin: unreadable answer: nested deeper than 16 levels");
+  EXPECT_FALSE(host->Ended());
+}
+
+TEST_F(ExecHostTest, AnAnswerWithTooManyMembersIsRefusedBeforeItIsParsed) {
+  MakeHost();
+  std::string record = "{";
+  for (int i = 0; i < 100000; ++i) record += "\"k" + std::to_string(i) + "\":1,";
+  record += "\"TerminIDHX\":\"1\"}";
+  Answer(R"({"retVal":true,"record":)" + record + "}");
+  std::shared_ptr<kdZVTermin> termin;
+  EXPECT_EQ(AskTermin(termin), 0);
+  ASSERT_EQ(reports.size(), 1u);
+  EXPECT_EQ(reports[0], "OnTermin: unreadable answer: an object of more than 256 members");
 }
 
 TEST_F(ExecHostTest, AHostThatHasEndedRefusesEverythingAtOnce) {

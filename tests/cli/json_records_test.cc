@@ -237,5 +237,31 @@ TEST(JsonRecordsTest, FaultyOpeningTimesAddNothing) {
   }
 }
 
+TEST(JsonShapeTest, NestingUpToTheLimitIsAccepted) {
+  EXPECT_EQ(CheckJsonShape(std::string(kMaxJsonDepth, '[') + std::string(kMaxJsonDepth, ']')), "");
+  EXPECT_EQ(CheckJsonShape(std::string(kMaxJsonDepth + 1, '[')), "nested deeper than 16 levels");
+  EXPECT_EQ(CheckJsonShape(std::string(8, '{') + std::string(9, '[')),
+            "nested deeper than 16 levels");
+}
+
+TEST(JsonShapeTest, BracketsAndColonsInStringsDoNotCount) {
+  const std::string deep_text = "\"" + std::string(100, '[') + "\\\"" + std::string(300, ':') + "\"";
+  EXPECT_EQ(CheckJsonShape("{\"a\":" + deep_text + "}"), "");
+  EXPECT_EQ(CheckJsonShape(R"({"retVal":true,"record":{"TerminIDHX":"1"}})"), "");
+}
+
+TEST(JsonShapeTest, MembersPerObjectAreCountedPerObject) {
+  std::string many = "{";
+  for (size_t i = 0; i < kMaxJsonMembers; ++i) many += "\"k" + std::to_string(i) + "\":1,";
+  many.back() = '}';
+  EXPECT_EQ(CheckJsonShape(many), "");
+  // Arrays of many objects are fine: each object counts its own members.
+  EXPECT_EQ(CheckJsonShape("[" + many + "," + many + "]"), "");
+  std::string too_many = many;
+  too_many.back() = ',';
+  too_many += "\"x\":1}";
+  EXPECT_EQ(CheckJsonShape(too_many), "an object of more than 256 members");
+}
+
 }  // namespace
 }  // namespace kdzv

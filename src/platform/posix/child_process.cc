@@ -129,6 +129,11 @@ class ShellChild : public HostChannel {
   void AdoptInput(int to_child) { to_child_.reset(to_child); }
   void AdoptOutput(int from_child) { from_child_.reset(from_child); }
   void Started(pid_t pid) { pid_ = pid; }
+  // The watchdog of the child's process group and our end of its pipe.
+  void Watched(pid_t watchdog, int life) {
+    watchdog_ = watchdog;
+    life_.reset(life);
+  }
 
   Status WriteLine(std::string_view line, int64_t timeout_ms) override {
     if (to_child_.get() < 0) return Status::kClosed;
@@ -165,17 +170,28 @@ class ShellChild : public HostChannel {
   Status ReadLine(int64_t timeout_ms, std::string& line) override {
     const auto deadline = DeadlineAfter(timeout_ms);
     while (true) {
-      const size_t feed = received_.find('\n');
+      // Only what came in since the last look is searched.
+      const size_t feed = received_.find('\n', scanned_);
       if (feed != std::string::npos) {
         TakeLine(feed, feed + 1, line);
         return Status::kOk;
+      }
+      scanned_ = received_.size();
+      if (received_.size() > kMaxLineBytes) {
+        // Nothing after such a line can be trusted to start a line.
+        received_.clear();
+        scanned_ = 0;
+        from_child_.reset(-1);
+        return Status::kTooLong;
       }
       if (from_child_.get() < 0) {
         if (received_.empty()) return Status::kClosed;
         TakeLine(received_.size(), received_.size(), line);
         return Status::kOk;
       }
-      char chunk[4096];
+      // A child that keeps sending gets no more than the time-out either.
+      if (SteadyClock::now() >= deadline) return Status::kTimeout;
+      char chunk[64 * 1024];
       const ssize_t got = ::read(from_child_.get(), chunk, sizeof chunk);
       if (got > 0) {
         received_.append(chunk, static_cast<size_t>(got));
@@ -214,6 +230,7 @@ class ShellChild : public HostChannel {
       pid_ = -1;
     }
     from_child_.reset(-1);
+    StandDownWatchdog();
   }
 
  private:
@@ -223,14 +240,76 @@ class ShellChild : public HostChannel {
     line.assign(received_, 0, end);
     if (!line.empty() && line.back() == '\r') line.pop_back();
     received_.erase(0, next);
+    scanned_ = 0;
+  }
+
+  // The child is gone: the watchdog is told so (a byte before the end of
+  // its pipe) and exits without killing anything.
+  void StandDownWatchdog() {
+    if (life_.get() >= 0) {
+      const char stand_down = 'q';
+      while (::write(life_.get(), &stand_down, 1) < 0 && errno == EINTR) {
+      }
+      life_.reset(-1);
+    }
+    if (watchdog_ > 0) {
+      int status = 0;
+      while (::waitpid(watchdog_, &status, 0) < 0 && errno == EINTR) {
+      }
+      watchdog_ = -1;
+    }
   }
 
   UniqueFd to_child_;
   UniqueFd from_child_;
+  UniqueFd life_;
+  pid_t watchdog_ = -1;
   pid_t pid_ = -1;
   std::string unsent_;
   std::string received_;
+  size_t scanned_ = 0;  // received_[0, scanned_) holds no line feed
 };
+
+// A small process that outlives zvsync only to end the host: it waits on a
+// pipe whose writing end only zvsync holds. When zvsync ends in any way,
+// even killed, the pipe reaches its end and the watchdog kills the host's
+// whole process group (the shell and everything it started). When zvsync
+// has collected the host itself, it sends a byte first and the watchdog
+// leaves without killing. Without a watchdog (fork fails) the host is
+// still ended by CloseAndWait on every ordinary exit.
+void StartWatchdog(ShellChild& child, pid_t host_group) {
+  int life[2];
+  if (::pipe2(life, O_CLOEXEC) != 0) return;
+  const pid_t watchdog = ::fork();
+  if (watchdog < 0) {
+    ::close(life[0]);
+    ::close(life[1]);
+    return;
+  }
+  if (watchdog == 0) {
+    // Only async-signal-safe calls from here: zvsync may have threads.
+    // Nothing of zvsync's stays open here (the host's pipes above all, so
+    // that the host sees their ends when zvsync closes them), and the
+    // watchdog leaves the terminal's process group, so that Ctrl+C meant
+    // for zvsync does not end it.
+    const int nothing = ::open("/dev/null", O_RDWR);
+    for (int fd = 0; fd < 3; ++fd) {
+      if (nothing >= 0) ::dup2(nothing, fd);
+    }
+    for (int fd = 3; fd < 4096; ++fd) {
+      if (fd != life[0]) ::close(fd);
+    }
+    ::setpgid(0, 0);
+    char got = 0;
+    ssize_t n;
+    while ((n = ::read(life[0], &got, 1)) < 0 && errno == EINTR) {
+    }
+    if (n <= 0) ::kill(-host_group, SIGKILL);
+    ::_exit(0);
+  }
+  ::close(life[0]);
+  child.Watched(watchdog, life[1]);
+}
 
 }  // namespace
 }  // namespace posix
@@ -281,6 +360,9 @@ std::unique_ptr<HostChannel> StartShellCommand(const std::string& command, std::
   // Our copies of the child's ends go (when this returns), so that its exit
   // shows as the end of its output and as a broken pipe on its input.
   child->Started(pid);
+  child_input.reset(-1);
+  child_output.reset(-1);
+  posix::StartWatchdog(*child, pid);
   return child;
 }
 

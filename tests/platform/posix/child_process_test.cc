@@ -215,5 +215,70 @@ TEST(ChildProcessTest, TheChildsErrorOutputIsOurs) {
   EXPECT_EQ(test::ReadFileBytes(file), "to stderr\n");
 }
 
+TEST(ChildProcessTest, AnEndlessLineIsCutOffAtTheLimit) {
+  // One line that never ends, as fast as the pipe takes it.
+  auto child = Start("yes x | tr -d '\\n'");
+  ASSERT_NE(child, nullptr);
+  std::string line;
+  const auto start = SteadyClock::now();
+  EXPECT_EQ(child->ReadLine(20000, line), Status::kTooLong);
+  EXPECT_LT(SecondsSince(start), 10.0);
+  EXPECT_EQ(line, "");
+  // The channel reads nothing more.
+  EXPECT_EQ(child->ReadLine(100, line), Status::kClosed);
+  child->CloseAndWait(200);
+}
+
+TEST(ChildProcessTest, AChildThatKeepsSendingStillMeetsTheTimeOut) {
+  // Bytes keep coming, never a line feed, never enough for the limit.
+  auto child = Start("while :; do printf x; sleep 0.01; done");
+  ASSERT_NE(child, nullptr);
+  std::string line;
+  const auto start = SteadyClock::now();
+  EXPECT_EQ(child->ReadLine(500, line), Status::kTimeout);
+  const double took = SecondsSince(start);
+  EXPECT_GE(took, 0.45);
+  EXPECT_LT(took, 3.0);
+  child->CloseAndWait(200);
+}
+
+TEST(ChildProcessTest, TheHostDiesWithAKilledParent) {
+  // A process that holds the channel, as zvsync does, and is then killed
+  // with no chance to clean up.
+  int report[2];
+  ASSERT_EQ(::pipe(report), 0);
+  const pid_t holder = ::fork();
+  ASSERT_GE(holder, 0);
+  if (holder == 0) {
+    ::close(report[0]);
+    std::string error;
+    auto child = StartShellCommand("echo $$; sleep 300 & echo $!; wait", error);
+    std::string shell, sleeper;
+    if (child == nullptr || child->ReadLine(5000, shell) != Status::kOk ||
+        child->ReadLine(5000, sleeper) != Status::kOk) {
+      ::_exit(1);
+    }
+    const std::string pids = shell + " " + sleeper + "\n";
+    if (::write(report[1], pids.data(), pids.size()) < 0) ::_exit(1);
+    for (;;) ::pause();
+  }
+  ::close(report[1]);
+  std::string pids;
+  char buffer[64];
+  ssize_t n;
+  while ((n = ::read(report[0], buffer, sizeof buffer)) > 0) {
+    pids.append(buffer, static_cast<size_t>(n));
+    if (pids.find('\n') != std::string::npos) break;
+  }
+  ::close(report[0]);
+  ASSERT_NE(pids.find('\n'), std::string::npos) << pids;
+  const pid_t shell = static_cast<pid_t>(std::stol(pids));
+  const pid_t sleeper = static_cast<pid_t>(std::stol(pids.substr(pids.find(' ') + 1)));
+  ASSERT_EQ(::kill(holder, SIGKILL), 0);
+  ASSERT_EQ(::waitpid(holder, nullptr, 0), holder);
+  EXPECT_TRUE(test::NotRunning(shell));
+  EXPECT_TRUE(test::NotRunning(sleeper));
+}
+
 }  // namespace
 }  // namespace kdzv
