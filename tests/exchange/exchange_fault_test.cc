@@ -14,13 +14,8 @@ namespace {
 using test::ExchangeHarness;
 namespace fs = std::filesystem;
 
-const std::string kAdd =
-    "<Add><CmdID>2</CmdID><VEvent><Source>ZV-1</Source><DTStart>20240701T060000Z</DTStart>"
-    "<DTEnd>20240701T063000Z</DTEnd><Customer><LastName>Muster</LastName><DateOfBirth>19700315"
-    "</DateOfBirth></Customer></VEvent></Add>";
-const std::string kSessionEnd =
-    "<Status><Cmd>SyncHdr</Cmd><CmdID>1</CmdID><CmdRef>0</CmdRef><MsgRef>3</MsgRef>"
-    "<Data>Session End</Data><Text/></Status>";
+const std::string& kAdd = test::kAgentAdd;
+const std::string& kSessionEnd = test::kAgentSessionEnd;
 
 bool Contains(const std::string& text, const std::string& part) {
   return text.find(part) != std::string::npos;

@@ -7,6 +7,14 @@
 
 namespace kdzv::test {
 
+const std::string kAgentAdd =
+    "<Add><CmdID>2</CmdID><VEvent><Source>ZV-1</Source><DTStart>20240701T060000Z</DTStart>"
+    "<DTEnd>20240701T063000Z</DTEnd><Customer><LastName>Muster</LastName><DateOfBirth>19700315"
+    "</DateOfBirth></Customer></VEvent></Add>";
+const std::string kAgentSessionEnd =
+    "<Status><Cmd>SyncHdr</Cmd><CmdID>1</CmdID><CmdRef>0</CmdRef><MsgRef>3</MsgRef>"
+    "<Data>Session End</Data><Text/></Status>";
+
 void RecordingHost::OnTermin(std::shared_ptr<kdZVTermin>& t, int32_t& retVal) {
   const char* kind = t->TerminCommand == Termin_Add       ? "Add"
                      : t->TerminCommand == Termin_Replace ? "Replace"

@@ -51,6 +51,11 @@ class RecordingHost : public HostEvents {
   int next_id_ = 1;
 };
 
+// An added appointment (command 2, service id ZV-1) of the agent.
+extern const std::string kAgentAdd;
+// The agent's end of the session (a status on the component's message 3).
+extern const std::string kAgentSessionEnd;
+
 // Plays the agent: answers an expected upload file with a download file.
 struct AgentStep {
   std::string wait_for;  // upload file name that must exist first

@@ -20,16 +20,11 @@ using ::testing::Not;
 using Names = std::vector<std::string>;
 namespace fs = std::filesystem;
 
-const std::string kAdd =
-    "<Add><CmdID>2</CmdID><VEvent><Source>ZV-1</Source><DTStart>20240701T060000Z</DTStart>"
-    "<DTEnd>20240701T063000Z</DTEnd><Customer><LastName>Muster</LastName><DateOfBirth>19700315"
-    "</DateOfBirth></Customer></VEvent></Add>";
+const std::string& kAdd = test::kAgentAdd;
 const std::string kCalendar =
     "<Add><CmdID>3</CmdID><Calendar><Source>CAL-1</Source><Title>Dr. Muster</Title></Calendar>"
     "</Add>";
-const std::string kSessionEnd =
-    "<Status><Cmd>SyncHdr</Cmd><CmdID>1</CmdID><CmdRef>0</CmdRef><MsgRef>3</MsgRef>"
-    "<Data>Session End</Data><Text/></Status>";
+const std::string& kSessionEnd = test::kAgentSessionEnd;
 const std::string kOpeningTimes = "<Get><CmdID>2</CmdID><OpeningTime/></Get>";
 
 int CountOf(const std::string& text, const std::string& part) {

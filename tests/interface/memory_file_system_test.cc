@@ -1,5 +1,6 @@
 // The in-memory file system that the core's tests use behaves like the
 // real ones in everything those tests rely on.
+#include "support/fakes.h"
 #include "support/memory_file_system.h"
 
 #include <gtest/gtest.h>
@@ -11,16 +12,6 @@
 
 namespace kdzv::test {
 namespace {
-
-template <typename Operation>
-int32_t ErrorOf(Operation operation) {
-  try {
-    operation();
-  } catch (const Error& e) {
-    return e.number();
-  }
-  return 0;
-}
 
 class MemoryFileSystemTest : public ::testing::Test {
  protected:

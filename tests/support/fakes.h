@@ -11,6 +11,7 @@
 #include "interface/process.h"
 #include "interface/user_interface.h"
 #include "mapping/time_zone.h"
+#include "util/error.h"
 
 namespace kdzv::test {
 
@@ -118,6 +119,17 @@ class TempDir {
 // The names in `folder`, hidden ones included ("." and ".." left out; empty
 // when the folder does not exist).
 std::vector<std::string> FolderEntries(const std::string& folder);
+
+// The number of the kdzv::Error that `operation` raises; 0 when it works.
+template <typename Operation>
+int32_t ErrorOf(Operation operation) {
+  try {
+    operation();
+  } catch (const Error& e) {
+    return e.number();
+  }
+  return 0;
+}
 
 // The whole content of a file ("" when it does not exist).
 std::string ReadFileBytes(const std::string& path);

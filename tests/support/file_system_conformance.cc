@@ -29,17 +29,6 @@ namespace {
 
 namespace fsys = std::filesystem;
 
-// The number of the error that `operation` raises; 0 when it works.
-template <typename Operation>
-int32_t ErrorOf(Operation operation) {
-  try {
-    operation();
-  } catch (const Error& e) {
-    return e.number();
-  }
-  return 0;
-}
-
 std::vector<std::string> Sorted(std::vector<std::string> names) {
   std::sort(names.begin(), names.end());
   return names;

@@ -16,6 +16,7 @@
 namespace kdzv::posix {
 namespace {
 
+using test::ErrorOf;
 using test::FileSystemConformance;
 
 std::unique_ptr<FileSystem> MakePosixFileSystem() { return std::make_unique<PosixFileSystem>(); }
@@ -34,17 +35,6 @@ TEST(PosixFileSystem, AFolderInsteadOfAFileIsPathFileAccessError) {
   } catch (const Error& e) {
     EXPECT_EQ(e.number(), 75);
   }
-}
-
-// The number of the error that `operation` raises; 0 when it works.
-template <typename Operation>
-int32_t ErrorOf(Operation operation) {
-  try {
-    operation();
-  } catch (const Error& e) {
-    return e.number();
-  }
-  return 0;
 }
 
 // Symbolic links in the exchange folders: never listed, never followed by
