@@ -136,7 +136,8 @@ class SilentView : public SyncWindowView {
  public:
   void Show(intptr_t) override {}
   void Close() override {}
-  void SetLogText(std::string_view) override {}
+  void ClearLog() override {}
+  void AppendLog(std::string_view) override {}
   bool AskYesNo(std::string_view) override { return true; }
 };
 

@@ -89,7 +89,7 @@ void frmZVSync::StopTimeoutTimer() { timeout_timer_->SetEnabled(false); }
 void frmZVSync::ClearLog() {
   try {
     log_text_.clear();
-    view_->SetLogText(log_text_);
+    view_->ClearLog();
   } catch (...) {
     ReportCurrentError(kModule, "ClearLog", "");
   }
@@ -99,9 +99,10 @@ void frmZVSync::ShowStatusMsg(const std::string& sMsg, int32_t nStyle) {
   // The style tells what kind of message it is; the pane shows plain text.
   static_cast<void>(nStyle);
   try {
-    log_text_ += "\r\n";
-    log_text_ += sMsg;
-    view_->SetLogText(log_text_);
+    std::string line = "\r\n";
+    line += sMsg;
+    log_text_ += line;
+    view_->AppendLog(line);
     owner_.OnLog(sMsg);
   } catch (...) {
     ReportCurrentError(kModule, "ShowStatusMsg", sMsg);

@@ -44,8 +44,12 @@ class SyncWindowView {
   virtual void Show(intptr_t owner) = 0;
   // Closes the window by code (never refused).
   virtual void Close() = 0;
-  // Replaces the text of the log pane; the pane scrolls to its end.
-  virtual void SetLogText(std::string_view text) = 0;
+  // Empties the log pane.
+  virtual void ClearLog() = 0;
+  // Appends `text` to the log pane's text and scrolls the pane to its end.
+  // Only the new text travels: the pane is never sent whole, which would
+  // cost time in the square of an exchange's length.
+  virtual void AppendLog(std::string_view text) = 0;
   // The yes/no question box with the question icon and "no" as default;
   // true for yes.
   virtual bool AskYesNo(std::string_view question) = 0;

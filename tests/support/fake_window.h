@@ -59,19 +59,31 @@ class FakeView : public SyncWindowView {
 
   void Show(intptr_t owner) override { shown_owners.push_back(owner); }
   void Close() override { ++closes; }
-  void SetLogText(std::string_view text) override { log_texts.emplace_back(text); }
+  void ClearLog() override {
+    text_.clear();
+    log_texts.emplace_back();
+  }
+  void AppendLog(std::string_view text) override {
+    text_.append(text);
+    appended.emplace_back(text);
+    log_texts.push_back(text_);
+  }
   bool AskYesNo(std::string_view question) override;
 
   // The text the pane shows now.
-  std::string LogText() const { return log_texts.empty() ? std::string() : log_texts.back(); }
+  std::string LogText() const { return text_; }
 
   SyncWindowInput& input;
   std::vector<intptr_t> shown_owners;
   int closes = 0;
-  std::vector<std::string> log_texts;
+  std::vector<std::string> log_texts;  // the pane's whole text after each change
+  std::vector<std::string> appended;   // what each AppendLog brought
   std::vector<std::string> questions;
   bool answer = false;
   std::function<void()> on_ask;
+
+ private:
+  std::string text_;
 };
 
 // Makes fake timers and fake views and keeps a pointer to each (the window

@@ -244,6 +244,8 @@ TEST_F(FrmZVSyncTest, StatusMessagesAppendWithLeadingLineBreak) {
   EXPECT_EQ(window.LogText(), "\r\nA\r\nB");
   EXPECT_EQ(View().LogText(), "\r\nA\r\nB");
   EXPECT_THAT(View().log_texts, ElementsAre("\r\nA", "\r\nA\r\nB"));
+  // Each line travels alone, never the whole pane again.
+  EXPECT_THAT(View().appended, ElementsAre("\r\nA", "\r\nB"));
   EXPECT_THAT(owner.events, ElementsAre("OnLog:A", "OnLog:B"));
 }
 

@@ -100,7 +100,8 @@ class LoopView : public SyncWindowView {
     Forget();
     inner_->Close();
   }
-  void SetLogText(std::string_view text) override { inner_->SetLogText(text); }
+  void ClearLog() override { inner_->ClearLog(); }
+  void AppendLog(std::string_view text) override { inner_->AppendLog(text); }
   bool AskYesNo(std::string_view question) override { return inner_->AskYesNo(question); }
 
  private:

@@ -49,10 +49,10 @@ void TerminalView::Show(intptr_t owner) {
 
 void TerminalView::Close() { shown_ = false; }
 
-// The lines reach the terminal one by one through the host's log event; the
-// pane's whole text is not kept (copying it on every line would cost time
-// in the square of the exchange's length).
-void TerminalView::SetLogText(std::string_view) {}
+// The lines reach the terminal one by one through the host's log event;
+// the pane draws nothing itself.
+void TerminalView::ClearLog() {}
+void TerminalView::AppendLog(std::string_view) {}
 
 bool TerminalView::AskYesNo(std::string_view question) {
   const bool interactive = in_ != nullptr && out_ != nullptr && is_terminal_(in_) &&

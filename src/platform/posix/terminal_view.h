@@ -29,7 +29,8 @@ class TerminalView : public SyncWindowView {
 
   void Show(intptr_t owner) override;
   void Close() override;
-  void SetLogText(std::string_view text) override;
+  void ClearLog() override;
+  void AppendLog(std::string_view text) override;
   // Writes "<question> (j/N) " and reads a line: "j", "J" or "ja" (any
   // case) is yes, anything else (also end of input) no.
   bool AskYesNo(std::string_view question) override;

@@ -200,7 +200,7 @@ TEST_F(EventLoopTest, ViewCallsReachTheWrappedView) {
   ASSERT_EQ(fakes.views.size(), 1u);
   EXPECT_EQ(&fakes.View().input, &input);
   view->Show(7);
-  view->SetLogText("\r\nA");
+  view->AppendLog("\r\nA");
   fakes.View().answer = true;
   EXPECT_TRUE(view->AskYesNo("Frage?"));
   view->Close();

@@ -132,7 +132,8 @@ TEST(TerminalViewTest, KeepsShownStateAndDrawsNoLogText) {
   EXPECT_FALSE(view.Shown());
   view.Show(123);
   EXPECT_TRUE(view.Shown());
-  view.SetLogText("\r\nA\r\nB");
+  view.AppendLog("\r\nA\r\nB");
+  view.ClearLog();
   view.Close();
   EXPECT_FALSE(view.Shown());
   // Nothing is drawn: the host prints the status lines itself.
