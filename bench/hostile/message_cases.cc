@@ -25,7 +25,7 @@ std::string EmptyElements(size_t n) {
 KDZV_HOSTILE_CASE(MessageEmptyElements) {
   return {"message/empty-elements",
           {2 * 1024 * 1024, static_cast<int64_t>(xml_limits::kMaxFileBytes)},
-          {/*max_seconds=*/2.0, /*max_growth=*/3.0, /*heap_per_byte=*/55.0,
+          {/*max_seconds=*/2.0, /*max_growth=*/3.0, /*heap_per_byte=*/25.0,
            /*heap_allowance=*/1 << 20},
           [](int64_t n, size_t& bytes) -> Run {
             const std::string text = EmptyElements(static_cast<size_t>(n));
@@ -58,7 +58,7 @@ KDZV_HOSTILE_CASE(MessageCrowdedTag) {
 // An ordinary answer of many appointments, read into items.
 KDZV_HOSTILE_CASE(MessageAppointments) {
   return {"message/appointments",
-          {1'000, 8'000},
+          {1'000, 16'000},
           {/*max_seconds=*/2.0, /*max_growth=*/3.0, /*heap_per_byte=*/12.0,
            /*heap_allowance=*/1 << 20},
           [](int64_t n, size_t& bytes) -> Run {

@@ -1,6 +1,7 @@
 #include "message/xml_element.h"
 
 #include <utility>
+#include <vector>
 
 namespace kdzv {
 
@@ -64,7 +65,7 @@ std::string XmlElement::Text() const {
 
 void XmlElement::CollectText(std::string& out) const {
   size_t used = 0;
-  for (const XmlElement& child : children_) {
+  for (const XmlElement& child : Children()) {
     const size_t upto = child.TextOffset() < text_.size() ? child.TextOffset() : text_.size();
     if (upto > used) {
       out.append(text_, used, upto - used);
@@ -75,10 +76,47 @@ void XmlElement::CollectText(std::string& out) const {
   if (used < text_.size()) out.append(text_, used, std::string::npos);
 }
 
+XmlElement::XmlElement(const XmlElement& other)
+    : name_(other.name_),
+      text_(other.text_),
+      children_(other.children_ ? std::make_unique<ChildList>(*other.children_) : nullptr),
+      text_offset_(other.text_offset_) {}
+
+XmlElement& XmlElement::operator=(const XmlElement& other) {
+  if (this != &other) *this = XmlElement(other);
+  return *this;
+}
+
+// A deep tree is taken apart level by level, so that freeing it never needs
+// a stack as deep as the tree.
+XmlElement::~XmlElement() {
+  if (!children_) return;
+  std::vector<std::unique_ptr<ChildList>> pending;
+  pending.push_back(std::move(children_));
+  while (!pending.empty()) {
+    std::unique_ptr<ChildList> list = std::move(pending.back());
+    pending.pop_back();
+    for (XmlElement& child : *list) {
+      if (child.children_) pending.push_back(std::move(child.children_));
+    }
+  }
+}
+
+const XmlElement::ChildList& XmlElement::Children() const {
+  static const ChildList kNone;
+  return children_ ? *children_ : kNone;
+}
+
+XmlElement::ChildList& XmlElement::Children() {
+  if (!children_) children_ = std::make_unique<ChildList>();
+  return *children_;
+}
+
 XmlElement& XmlElement::AppendChild(XmlElement child) {
   child.text_offset_ = text_.size();
-  children_.push_back(std::move(child));
-  return children_.back();
+  ChildList& children = Children();
+  children.push_back(std::move(child));
+  return children.back();
 }
 
 XmlElement XmlDocument::CreateElement(std::string_view name) { return XmlElement(std::string(name)); }

@@ -10,6 +10,8 @@
 #define KDZV_MESSAGE_XML_ELEMENT_H_
 
 #include <cstddef>
+#include <deque>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -19,8 +21,18 @@ namespace kdzv {
 
 class XmlElement {
  public:
+  // The children of an element: a list that grows in small blocks (never by
+  // moving everything into a buffer of twice the size) and keeps every
+  // element where it was put.
+  using ChildList = std::deque<XmlElement>;
+
   XmlElement() = default;
   explicit XmlElement(std::string name) : name_(std::move(name)) {}
+  XmlElement(const XmlElement& other);
+  XmlElement& operator=(const XmlElement& other);
+  XmlElement(XmlElement&&) noexcept = default;
+  XmlElement& operator=(XmlElement&&) noexcept = default;
+  ~XmlElement();
 
   const std::string& Name() const { return name_; }
 
@@ -39,21 +51,23 @@ class XmlElement {
   void AppendText(std::string_view text) { text_.append(text); }
 
   // Appends `child` after the existing children and returns the stored
-  // element. The reference stays valid until the next child is appended to
-  // this element.
+  // element, which stays where it is while more children are appended.
   XmlElement& AppendChild(XmlElement child);
 
-  const std::vector<XmlElement>& Children() const { return children_; }
+  // The children in document order (an empty list for an element without).
+  const ChildList& Children() const;
+  ChildList& Children();
   // How much of the parent's own text came before this element.
   size_t TextOffset() const { return text_offset_; }
-  std::vector<XmlElement>& Children() { return children_; }
 
  private:
   void CollectText(std::string& out) const;
 
   std::string name_;
   std::string text_;
-  std::vector<XmlElement> children_;
+  // Made with the first child: most elements of a message have none, and an
+  // empty list of this kind would already take a block of its own.
+  std::unique_ptr<ChildList> children_;
   size_t text_offset_ = 0;
 };
 

@@ -125,11 +125,6 @@ void XmlTreeBuilder::EndElement() {
   if (open_.empty()) return;
   XmlElement done = std::move(open_.back());
   open_.pop_back();
-  // A finished element gets no more children: give back what the growing
-  // list reserved (up to half of it), which for a message of many
-  // appointments is a good part of the tree's memory.
-  std::vector<XmlElement>& children = done.Children();
-  if (children.capacity() > children.size()) children.shrink_to_fit();
   if (open_.empty()) {
     root_ = std::move(done);
   } else {

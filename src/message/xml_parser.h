@@ -24,12 +24,12 @@ namespace kdzv {
 
 namespace xml_limits {
 // The largest message file that is read at all. Reading takes at its peak
-// up to about 50 times a file's size (a file of nothing but empty elements,
-// 4 bytes each, one tree element of 96 bytes each while the list of a
-// parent's children grows), an ordinary message about 7 times: 8 MiB keeps
-// the worst case near 420 MB, which a 32-bit host process can give, and
-// holds some 8 000 appointments with customer, calendar and attributes.
-inline constexpr size_t kMaxFileBytes = size_t{8} * 1024 * 1024;
+// up to about 22 times a file's size (a file of nothing but empty elements:
+// 4 bytes each, a tree element of 80 bytes each), an ordinary message about
+// 10 times: 16 MiB keeps the worst case near 370 MB, which a 32-bit host
+// process can give, and holds some 16 000 appointments with customer,
+// calendar and attributes.
+inline constexpr size_t kMaxFileBytes = size_t{16} * 1024 * 1024;
 // The deepest nesting of elements (the document element is level 1). A
 // message needs 6 levels (SyncML, SyncBody, Add, VEvent, Attribute, Value).
 inline constexpr size_t kMaxDepth = 32;
