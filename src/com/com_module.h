@@ -1,0 +1,43 @@
+// The state of the loaded library that COM asks about: the module handle,
+// the live objects and server locks (for DllCanUnloadNow), and the one
+// thread on which the component's objects live.
+//
+// The core keeps process-wide state (the active interface object, the
+// message boxes, the time zone) without any locking. So every object of the
+// library lives on one thread: the thread that creates the first object
+// owns them all until the last one is gone; a creation on another thread
+// meanwhile is refused with RPC_E_WRONG_THREAD. (With the threading model
+// "Apartment" COM itself keeps an object's calls on its creating thread.)
+#ifndef KDZV_COM_COM_MODULE_H_
+#define KDZV_COM_COM_MODULE_H_
+
+#include <windows.h>
+
+namespace kdzv::com {
+
+HMODULE ModuleHandle();
+void SetModuleHandle(HMODULE module);
+
+// One more / one less live object of the library.
+void ObjectCreated();
+void ObjectDestroyed();
+long LiveObjects();
+
+void LockServer(bool lock);
+// Whether COM may unload the library: no object alive, no lock held.
+bool CanUnload();
+
+// Binds the library's objects to the calling thread, or answers
+// RPC_E_WRONG_THREAD when they belong to another one. On first use also
+// sets up the process (message boxes, time zone, file paths).
+HRESULT EnterOwnerThread();
+// Whether the calling thread owns the library's objects.
+bool OnOwnerThread();
+
+// Releases what the library keeps for the process (type information,
+// window classes) when it is about to be unloaded.
+void ReleaseProcessState();
+
+}  // namespace kdzv::com
+
+#endif  // KDZV_COM_COM_MODULE_H_

@@ -1,0 +1,68 @@
+// The entry points of kdZentavo.dll.
+#include <windows.h>
+
+#include <string>
+
+#include "com/class_factory.h"
+#include "com/com_module.h"
+#include "com/registration.h"
+
+using kdzv::com::ModuleHandle;
+
+extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved) {
+  if (reason == DLL_PROCESS_ATTACH) {
+    kdzv::com::SetModuleHandle(instance);
+    ::DisableThreadLibraryCalls(instance);
+  } else if (reason == DLL_PROCESS_DETACH && reserved == nullptr) {
+    // Unloaded by FreeLibrary (not at process exit): give back what the
+    // process still holds of ours.
+    kdzv::com::ReleaseProcessState();
+  }
+  return TRUE;
+}
+
+extern "C" HRESULT STDAPICALLTYPE DllGetClassObject(REFCLSID clsid, REFIID riid, LPVOID* out) {
+  return kdzv::com::GetClassObject(clsid, riid, out);
+}
+
+extern "C" HRESULT STDAPICALLTYPE DllCanUnloadNow() {
+  if (!kdzv::com::CanUnload()) return S_FALSE;
+  kdzv::com::ReleaseProcessState();
+  return S_OK;
+}
+
+namespace {
+
+std::wstring OwnPath() {
+  std::wstring path(MAX_PATH, L'\0');
+  for (;;) {
+    const DWORD length =
+        ::GetModuleFileNameW(ModuleHandle(), path.data(), static_cast<DWORD>(path.size()));
+    if (length == 0) return {};
+    if (length < path.size()) {
+      path.resize(length);
+      return path;
+    }
+    path.resize(path.size() * 2);
+  }
+}
+
+}  // namespace
+
+extern "C" HRESULT STDAPICALLTYPE DllRegisterServer() {
+  try {
+    const std::wstring path = OwnPath();
+    if (path.empty()) return HRESULT_FROM_WIN32(::GetLastError());
+    return kdzv::com::RegisterServer(path);
+  } catch (...) {
+    return E_OUTOFMEMORY;
+  }
+}
+
+extern "C" HRESULT STDAPICALLTYPE DllUnregisterServer() {
+  try {
+    return kdzv::com::UnregisterServer();
+  } catch (...) {
+    return E_OUTOFMEMORY;
+  }
+}

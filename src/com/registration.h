@@ -1,0 +1,40 @@
+// What the library writes to the registry to be found by COM: for every
+// class its CLSID key and its ProgID "kdZentavo.<class>", and the type
+// library with its interfaces. One table serves the library's own
+// registration (regsvr32) and its removal, so that both touch exactly the
+// same keys.
+#ifndef KDZV_COM_REGISTRATION_H_
+#define KDZV_COM_REGISTRATION_H_
+
+#include <windows.h>
+
+#include <string>
+#include <vector>
+
+namespace kdzv::com {
+
+// One value under HKEY_CLASSES_ROOT; an empty name is the key's default
+// value.
+struct RegistryRow {
+  std::wstring key;
+  std::wstring name;
+  std::wstring value;
+};
+
+// The rows for the library at `dll_path`, for the type library's platform
+// `platform` ("win32" or "win64").
+std::vector<RegistryRow> RegistrationRows(const std::wstring& dll_path,
+                                          const std::wstring& platform);
+// The platform of this build.
+const wchar_t* OwnPlatform();
+
+// Writes every row; on failure removes what it wrote.
+HRESULT RegisterServer(const std::wstring& dll_path);
+// Removes the classes and ProgIDs, and the type library's entry of this
+// platform; the type library and its interfaces go too when no other
+// platform's build is registered.
+HRESULT UnregisterServer();
+
+}  // namespace kdzv::com
+
+#endif  // KDZV_COM_REGISTRATION_H_
