@@ -27,8 +27,13 @@ using win32::UniqueBstr;
 // One function of an interface: its name, dispatch id and kind.
 using Member = std::tuple<std::string, MEMBERID, INVOKEKIND>;
 
-std::string TypeLibraryPath(int bits) {
-  return std::string(KDZV_TYPELIB_DIR) + "/kdZentavo" + std::to_string(bits) + ".tlb";
+// 32 and 64: the type library files widl made; 132 and 164: the ones
+// embedded in the built DLLs (the i686 DLL of the 32-bit build tree, which
+// the test command builds first).
+std::string TypeLibraryPath(int which) {
+  if (which == 164) return KDZV_DLL_PATH;
+  if (which == 132) return KDZV_I686_DLL_PATH;
+  return std::string(KDZV_TYPELIB_DIR) + "/kdZentavo" + std::to_string(which) + ".tlb";
 }
 
 // The properties of a record as its getter and setter, numbered from 0 in
@@ -255,6 +260,11 @@ TEST_P(TypeLibraryTest, TheEnumerationsHaveTheCoresValues) {
 INSTANTIATE_TEST_SUITE_P(BothArchitectures, TypeLibraryTest, ::testing::Values(32, 64),
                          [](const ::testing::TestParamInfo<int>& param_info) {
                            return "Win" + std::to_string(param_info.param);
+                         });
+INSTANTIATE_TEST_SUITE_P(EmbeddedInBothDlls, TypeLibraryTest, ::testing::Values(132, 164),
+                         [](const ::testing::TestParamInfo<int>& param_info) {
+                           return param_info.param == 132 ? std::string("I686Dll")
+                                                          : std::string("X64Dll");
                          });
 
 }  // namespace

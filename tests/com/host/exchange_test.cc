@@ -1,0 +1,360 @@
+// Whole exchanges through the library: every bundled scenario played by the
+// agent simulator (zvagent.exe) on the folders that the library watches,
+// while the test host waits in StartSync and answers the events as the
+// command-line host's accepting or refusing host does. The messages the
+// library writes are compared byte for byte with the goldens of the Linux
+// exchanges, and so is every text of its log.
+//
+// Each exchange uses its own copy of the library, loaded from a fresh
+// folder, so that the session number and the log beside it start anew.
+#include <objbase.h>
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "automation_client.h"
+#include "event_sink.h"
+#include "host_environment.h"
+#include "message_boxes.h"
+
+namespace kdzv::host {
+namespace {
+
+struct Exchange {
+  const char* scenario;
+  bool accepting;  // the accepting host, or the refusing one
+  bool slow_sync;
+  long result;                           // StartSync's answer
+  const wchar_t* log_line;               // a line OnSyncLog must bring
+  std::vector<std::string> depot;        // the agent's files put away
+};
+
+const Exchange kExchanges[] = {
+    {"first-booking", true, false, 0, L"Die Datei kann nicht exklusiv geöffnet werden",
+     {"HX1_2.xml", "HX1_4.xml", "HX1_6.xml"}},
+    {"foreign-files", true, false, 4,
+     L"Die Datei gehört nicht zu aktuellen Session. Datei wird ignoriert.",
+     {"HX1_2.xml", "HX1_5.xml", "XX99_4.xml"}},
+    {"refusing-host", false, false, 0, L"Synchronisation erfolgreich abgeschlossen.",
+     {"HX1_2.xml", "HX1_4.xml"}},
+    {"slow-sync", true, true, 0, L"Synchronisation erfolgreich abgeschlossen.",
+     {"HX1_2.xml", "HX1_4.xml"}},
+};
+
+void PrintTo(const Exchange& exchange, std::ostream* out) { *out << exchange.scenario; }
+
+std::string Narrow(const std::wstring& text) {
+  const int size = ::WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()),
+                                         nullptr, 0, nullptr, nullptr);
+  std::string narrow(static_cast<size_t>(size), '\0');
+  ::WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), narrow.data(),
+                        size, nullptr, nullptr);
+  return narrow;
+}
+
+std::wstring Widen(const std::string& text) {
+  const int size = ::MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()),
+                                         nullptr, 0);
+  std::wstring wide(static_cast<size_t>(size), L'\0');
+  ::MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), wide.data(), size);
+  return wide;
+}
+
+std::string ReadBytes(const std::wstring& path) {
+  std::ifstream in(path.c_str(), std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+std::vector<std::string> FilesIn(const std::wstring& folder) {
+  std::vector<std::string> names;
+  WIN32_FIND_DATAW found;
+  HANDLE search = ::FindFirstFileW((folder + L"\\*").c_str(), &found);
+  if (search == INVALID_HANDLE_VALUE) return names;
+  do {
+    if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
+      names.push_back(Narrow(found.cFileName));
+    }
+  } while (::FindNextFileW(search, &found));
+  ::FindClose(search);
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+void RemoveTree(const std::wstring& folder) {
+  WIN32_FIND_DATAW found;
+  HANDLE search = ::FindFirstFileW((folder + L"\\*").c_str(), &found);
+  if (search != INVALID_HANDLE_VALUE) {
+    do {
+      const std::wstring name = found.cFileName;
+      if (name == L"." || name == L"..") continue;
+      const std::wstring path = folder + L"\\" + name;
+      if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+        RemoveTree(path);
+      } else {
+        ::DeleteFileW(path.c_str());
+      }
+    } while (::FindNextFileW(search, &found));
+    ::FindClose(search);
+  }
+  ::RemoveDirectoryW(folder.c_str());
+}
+
+// The log's text columns (after the second TAB), the exchange's folder
+// written as "{dir}" and its subfolders with "/", as the Linux goldens
+// have them; a block of lines repeated at once (a held file offered again)
+// is kept once.
+std::string LogTexts(const std::string& log, const std::string& dir) {
+  std::vector<std::string> lines;
+  size_t start = 0;
+  while (start < log.size()) {
+    size_t end = log.find("\r\n", start);
+    if (end == std::string::npos) end = log.size();
+    std::string line = log.substr(start, end - start);
+    start = end + 2;
+    const size_t first_tab = line.find('\t');
+    const size_t second_tab =
+        first_tab == std::string::npos ? std::string::npos : line.find('\t', first_tab + 1);
+    if (second_tab != std::string::npos) line = line.substr(second_tab + 1);
+    for (size_t at = line.find(dir); at != std::string::npos; at = line.find(dir, at)) {
+      size_t stop = at + dir.size();
+      while (stop < line.size() && line[stop] != ' ' && line[stop] != '\t' && line[stop] != ')') {
+        if (line[stop] == '\\') line[stop] = '/';
+        ++stop;
+      }
+      line.replace(at, dir.size(), "{dir}");
+    }
+    lines.push_back(line);
+  }
+  std::vector<std::string> kept;
+  for (const std::string& line : lines) {
+    kept.push_back(line);
+    for (size_t block = 1; block <= 4 && 2 * block <= kept.size(); ++block) {
+      if (std::equal(kept.end() - static_cast<std::ptrdiff_t>(block), kept.end(),
+                     kept.end() - static_cast<std::ptrdiff_t>(2 * block))) {
+        kept.resize(kept.size() - block);
+        break;
+      }
+    }
+  }
+  std::string text;
+  for (const std::string& line : kept) text += line + "\n";
+  return text;
+}
+
+std::wstring DataPath(const std::string& relative) {
+  return WindowsPath((std::string(KDZV_TEST_DATA_DIR) + "/" + relative).c_str());
+}
+
+// The library's interface object from a copy of the DLL: its class object
+// asked directly, as COM would after reading the registry.
+class LibraryCopy {
+ public:
+  explicit LibraryCopy(const std::wstring& path) {
+    module_ = ::LoadLibraryW(path.c_str());
+    if (module_ == nullptr) return;
+    using GetClassObject = HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**);
+    auto get = reinterpret_cast<GetClassObject>(
+        reinterpret_cast<void*>(::GetProcAddress(module_, "DllGetClassObject")));
+    CLSID clsid;
+    if (get == nullptr || FAILED(::CLSIDFromProgID(L"kdZentavo.kdZVInterface", &clsid))) return;
+    IClassFactory* factory = nullptr;
+    if (FAILED(get(clsid, IID_IClassFactory, reinterpret_cast<void**>(&factory)))) return;
+    IDispatch* made = nullptr;
+    factory->CreateInstance(nullptr, IID_IDispatch, reinterpret_cast<void**>(&made));
+    factory->Release();
+    object_ = Obj(made);
+    if (made != nullptr) made->Release();
+  }
+  ~LibraryCopy() {
+    object_ = Obj();
+    if (module_ != nullptr) ::FreeLibrary(module_);
+  }
+  const Obj& object() const { return object_; }
+
+ private:
+  HMODULE module_ = nullptr;
+  Obj object_;
+};
+
+class ComExchange : public ::testing::TestWithParam<Exchange> {};
+
+TEST_P(ComExchange, AgentAndLibraryAgree) {
+  const Exchange& exchange = GetParam();
+  const std::wstring dir =
+      WindowsPath((std::string(KDZV_HOST_WORK_DIR) + "/" + exchange.scenario).c_str());
+  RemoveTree(dir);
+  ::CreateDirectoryW(WindowsPath(KDZV_HOST_WORK_DIR).c_str(), nullptr);
+  ASSERT_TRUE(::CreateDirectoryW(dir.c_str(), nullptr));
+  for (const wchar_t* folder : {L"up", L"down", L"depot", L"keep"}) {
+    ASSERT_TRUE(::CreateDirectoryW((dir + L"\\" + folder).c_str(), nullptr));
+  }
+  const std::wstring library = dir + L"\\kdZentavo.dll";
+  ASSERT_TRUE(::CopyFileW(LibraryPath().c_str(), library.c_str(), TRUE));
+
+  {
+    LibraryCopy copy(library);
+    const Obj& zv = copy.object();
+    ASSERT_TRUE(zv);
+    const Obj settings = zv.GetObj(L"Settings");
+    ASSERT_TRUE(settings);
+    // Every setting as the command-line host has it for a fresh user.
+    ASSERT_EQ(settings.Put(L"DownloadPath", dir + L"\\down"), S_OK);
+    ASSERT_EQ(settings.Put(L"UploadPath", dir + L"\\up"), S_OK);
+    ASSERT_EQ(settings.Put(L"AblagePath", dir + L"\\depot"), S_OK);
+    ASSERT_EQ(settings.Put(L"FilePraefix", L"HX"), S_OK);
+    ASSERT_EQ(settings.Put(L"SystemName", L""), S_OK);
+    ASSERT_EQ(settings.Put(L"SlowSync", exchange.slow_sync), S_OK);
+    ASSERT_EQ(settings.Put(L"DoLog", true), S_OK);
+    ASSERT_EQ(settings.Put(L"TimeoutSeconds", 60), S_OK);
+    ASSERT_EQ(settings.Put(L"PatIdentKriterium", 0), S_OK);
+
+    // The host: every event counted, the accepting host numbering what it
+    // takes, every log line kept.
+    std::map<std::string, int> events;
+    std::vector<std::wstring> log_lines;
+    long next_termin = 1, next_behandler = 1, next_attribute = 1;
+    auto* sink = new EventSink(EventInterfaceOf(zv), [&](DISPID id, DISPPARAMS& args) {
+      switch (id) {
+        case 1: {  // OnTermin
+          const Obj termin(*V_DISPATCHREF(&args.rgvarg[1]));
+          const long command = termin.Get(L"TerminCommand").Long();
+          ++events[command == 0 ? "OnTermin Add" : command == 1 ? "OnTermin Delete"
+                                                                : "OnTermin Replace"];
+          if (!exchange.accepting) return S_OK;
+          if (command == 0 && termin.Get(L"TerminIDHX").Text().empty()) {
+            termin.Put(L"TerminIDHX", std::to_wstring(next_termin++));
+          }
+          *V_I4REF(&args.rgvarg[0]) = -1;
+          return S_OK;
+        }
+        case 2:  // OnSyncLog
+          ++events["OnSyncLog"];
+          log_lines.emplace_back(*V_BSTRREF(&args.rgvarg[0]),
+                                 ::SysStringLen(*V_BSTRREF(&args.rgvarg[0])));
+          return S_OK;
+        case 3: {  // OnCalendar
+          ++events["OnCalendar"];
+          if (!exchange.accepting) return S_OK;
+          Obj(*V_DISPATCHREF(&args.rgvarg[1])).Put(L"BehandlerIDHX", static_cast<int>(next_behandler++));
+          *V_I4REF(&args.rgvarg[0]) = -1;
+          return S_OK;
+        }
+        case 4: {  // OnAttribute
+          ++events["OnAttribute"];
+          if (!exchange.accepting) return S_OK;
+          Obj(*V_DISPATCHREF(&args.rgvarg[1])).Put(L"AttributeIDHX", std::to_wstring(next_attribute++));
+          *V_I4REF(&args.rgvarg[0]) = -1;
+          return S_OK;
+        }
+        case 5:  // OnQueryOpeningTime
+          ++events["OnQueryOpeningTime"];
+          if (exchange.accepting) *V_I4REF(&args.rgvarg[0]) = -1;
+          return S_OK;
+        default:
+          ++events["other"];
+          return S_OK;
+      }
+    });
+    ASSERT_NE(Connect(zv, sink), 0u);
+
+    // The agent plays the scenario on the same folders.
+    const std::wstring agent_out = dir + L"\\agent.out";
+    SECURITY_ATTRIBUTES inherit = {sizeof(inherit), nullptr, TRUE};
+    HANDLE out = ::CreateFileW(agent_out.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherit,
+                               CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    ASSERT_NE(out, INVALID_HANDLE_VALUE);
+    std::wstring command = L"\"" + WindowsPath(KDZV_ZVAGENT_PATH) + L"\" --upload \"" + dir +
+                           L"\\up\" --download \"" + dir + L"\\down\" --keep \"" + dir +
+                           L"\\keep\" --bundled " + Widen(exchange.scenario);
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof(startup);
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdOutput = out;
+    startup.hStdError = out;
+    startup.hStdInput = ::GetStdHandle(STD_INPUT_HANDLE);
+    PROCESS_INFORMATION agent = {};
+    ASSERT_TRUE(::CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr,
+                                 nullptr, &startup, &agent));
+    ::CloseHandle(out);
+    ::CloseHandle(agent.hThread);
+
+    // The exchange, as a host runs it: StartSync waits until the end.
+    MessageBoxAnswerer boxes;
+    BSTR error = nullptr;
+    VARIANTARG args[2];
+    ::VariantInit(&args[0]);
+    V_VT(&args[0]) = VT_BYREF | VT_BSTR;
+    V_BSTRREF(&args[0]) = &error;
+    ::VariantInit(&args[1]);
+    V_VT(&args[1]) = VT_ERROR;
+    V_ERROR(&args[1]) = DISP_E_PARAMNOTFOUND;  // no owner window
+    const Result synced = zv.InvokeRaw(zv.Id(L"StartSync"), DISPATCH_METHOD, args, 2);
+    ::SysFreeString(error);
+
+    const bool agent_ended = ::WaitForSingleObject(agent.hProcess, 60000) == WAIT_OBJECT_0;
+    DWORD agent_status = 1;
+    if (agent_ended) {
+      ::GetExitCodeProcess(agent.hProcess, &agent_status);
+    } else {
+      ::TerminateProcess(agent.hProcess, 1);
+    }
+    ::CloseHandle(agent.hProcess);
+
+    ASSERT_EQ(synced.hr, S_OK);
+    EXPECT_EQ(synced.value.Long(), exchange.result);
+    const std::string agent_text = ReadBytes(agent_out);
+    EXPECT_TRUE(agent_ended);
+    EXPECT_EQ(agent_status, 0u) << agent_text;
+    EXPECT_NE(agent_text.find(std::string("agent: scenario ") + exchange.scenario + " passed"),
+              std::string::npos)
+        << agent_text;
+    EXPECT_TRUE(std::find(log_lines.begin(), log_lines.end(), exchange.log_line) !=
+                    log_lines.end() ||
+                std::any_of(log_lines.begin(), log_lines.end(), [&](const std::wstring& line) {
+                  return line.find(exchange.log_line) != std::wstring::npos;
+                }))
+        << Narrow(exchange.log_line);
+    EXPECT_EQ(events["other"], 0);
+    EXPECT_GT(events["OnSyncLog"], 0);
+    for (const std::wstring& text : boxes.Texts()) ADD_FAILURE() << "box: " << Narrow(text);
+    Disconnect(zv, 0);
+    sink->Release();
+  }
+
+  // The library's messages, as the agent kept them.
+  const std::string golden_dir = std::string("golden/exchange/") + exchange.scenario;
+  const std::vector<std::string> goldens = FilesIn(DataPath(golden_dir));
+  EXPECT_FALSE(goldens.empty());
+  EXPECT_EQ(FilesIn(dir + L"\\keep"), goldens);
+  for (const std::string& name : goldens) {
+    EXPECT_EQ(ReadBytes(dir + L"\\keep\\" + Widen(name)),
+              ReadBytes(DataPath(golden_dir + "/" + name)))
+        << name;
+  }
+  EXPECT_EQ(FilesIn(dir + L"\\depot"), exchange.depot);
+  EXPECT_TRUE(FilesIn(dir + L"\\up").empty());
+  EXPECT_TRUE(FilesIn(dir + L"\\down").empty());
+
+  // Every text of the log, as the Linux exchange logged it.
+  const std::string texts = LogTexts(ReadBytes(dir + L"\\kdZentavo.log"), Narrow(dir));
+  EXPECT_EQ(texts, ReadBytes(DataPath(std::string("golden/exchange-log/") + exchange.scenario +
+                                      ".txt")));
+}
+
+INSTANTIATE_TEST_SUITE_P(Bundled, ComExchange, ::testing::ValuesIn(kExchanges),
+                         [](const ::testing::TestParamInfo<Exchange>& param_info) {
+                           std::string name = param_info.param.scenario;
+                           std::replace(name.begin(), name.end(), '-', '_');
+                           return name;
+                         });
+
+}  // namespace
+}  // namespace kdzv::host
