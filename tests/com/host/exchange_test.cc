@@ -24,6 +24,7 @@
 #include "event_sink.h"
 #include "host_environment.h"
 #include "message_boxes.h"
+#include "screenshot.h"
 
 namespace kdzv::host {
 namespace {
@@ -221,6 +222,12 @@ TEST_P(ComExchange, AgentAndLibraryAgree) {
     std::map<std::string, int> events;
     std::vector<std::wstring> log_lines;
     long next_termin = 1, next_behandler = 1, next_attribute = 1;
+    // The first exchange leaves a picture of the sync window, taken when the
+    // first answer is written, in the build folder.
+    const bool take_picture = std::string(exchange.scenario) == "first-booking";
+    bool picture_taken = false;
+    size_t picture_colours = 0;
+    const std::wstring picture = WindowsPath(KDZV_SCREENSHOT_DIR) + L"\\sync-window.png";
     auto* sink = new EventSink(EventInterfaceOf(zv), [&](DISPID id, DISPPARAMS& args) {
       switch (id) {
         case 1: {  // OnTermin
@@ -239,6 +246,12 @@ TEST_P(ComExchange, AgentAndLibraryAgree) {
           ++events["OnSyncLog"];
           log_lines.emplace_back(*V_BSTRREF(&args.rgvarg[0]),
                                  ::SysStringLen(*V_BSTRREF(&args.rgvarg[0])));
+          if (take_picture && !picture_taken &&
+              log_lines.back().find(L"Antwortdatei wird geschrieben") != std::wstring::npos) {
+            HWND window = ::FindWindowW(L"kdZentavoSyncWindow", nullptr);
+            ::CreateDirectoryW(WindowsPath(KDZV_SCREENSHOT_DIR).c_str(), nullptr);
+            picture_taken = window != nullptr && SaveWindowPicture(window, picture, &picture_colours);
+          }
           return S_OK;
         case 3: {  // OnCalendar
           ++events["OnCalendar"];
@@ -325,6 +338,10 @@ TEST_P(ComExchange, AgentAndLibraryAgree) {
     EXPECT_EQ(events["other"], 0);
     EXPECT_GT(events["OnSyncLog"], 0);
     for (const std::wstring& text : boxes.Texts()) ADD_FAILURE() << "box: " << Narrow(text);
+    if (take_picture) {
+      EXPECT_TRUE(picture_taken) << "no picture of the sync window";
+      EXPECT_GT(picture_colours, 8u) << "the picture of the sync window is blank";
+    }
     Disconnect(zv, 0);
     sink->Release();
   }

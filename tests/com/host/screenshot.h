@@ -1,0 +1,18 @@
+// A picture of a window as the screen shows it, saved as a PNG file.
+#ifndef KDZV_TESTS_COM_HOST_SCREENSHOT_H_
+#define KDZV_TESTS_COM_HOST_SCREENSHOT_H_
+
+#include <windows.h>
+
+#include <string>
+
+namespace kdzv::host {
+
+// Saves `window` (frame included) to `path`; false when it cannot be read
+// or written. `distinct_colours` receives how many colours the picture has
+// (a blank capture has one).
+bool SaveWindowPicture(HWND window, const std::wstring& path, size_t* distinct_colours = nullptr);
+
+}  // namespace kdzv::host
+
+#endif  // KDZV_TESTS_COM_HOST_SCREENSHOT_H_
