@@ -223,6 +223,10 @@ TEST(ComInterface, ServiceTimesBecomeTheUsersTextOfTheLocalTime) {
       object.Call(L"ConvertZentavoToLocalDateTime", {Var(L"20241130T230000Z")});
   EXPECT_EQ(midnight.value.Text(), UserText(Serial(2024, 12, 1, 0, 0)));
   EXPECT_EQ(midnight.value.Text().find(L':'), std::wstring::npos);
+  // A text that is no service time gives the zero date: the time alone.
+  const Result zero = object.Call(L"ConvertZentavoToLocalDateTime", {Var(L"kein Datum")});
+  EXPECT_EQ(zero.value.Text(), UserText(0.0));
+  EXPECT_NE(zero.value.Text().find(L':'), std::wstring::npos);
   const Result local = object.Call(L"ConvertLocalToZentavoDateTime", {Var::Date(Serial(2024, 7, 1, 12, 0))});
   EXPECT_EQ(local.value.Text(), L"20240701T100000Z");
 }
