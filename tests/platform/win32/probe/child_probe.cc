@@ -14,7 +14,9 @@
 //   child_probe spawn           pid; starts "child_probe sleep 30000"; its pid;
 //                               waits for it
 //   child_probe args ...        every argument on a line of its own
-//   child_probe accept-host     the bridge host that accepts every event
+//   child_probe accept-host F   the bridge host that accepts every event
+//                               (answers {"retVal":true}) and keeps every
+//                               line it receives in file F
 #include <windows.h>
 
 #include <cstring>
@@ -129,11 +131,16 @@ int main(int argc, char** argv) {
     for (int i = 2; i < argc; ++i) Write(Out(), std::string(argv[i]) + "\n");
     return 0;
   }
-  if (mode == "accept-host") {
+  if (mode == "accept-host" && argc > 2) {
+    HANDLE kept = ::CreateFileA(argv[2], GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_ALWAYS,
+                                FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (kept == INVALID_HANDLE_VALUE) return 1;
     while (ReadLine(line)) {
+      Write(kept, line + "\n");
       if (line.find("\"event\":\"OnSyncLog\"") != std::string::npos) continue;
       if (!Write(Out(), "{\"retVal\":true}\n")) return 1;
     }
+    ::CloseHandle(kept);
     return 0;
   }
   Write(::GetStdHandle(STD_ERROR_HANDLE), "child_probe: unknown mode\n");
