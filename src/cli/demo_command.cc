@@ -83,7 +83,7 @@ int DemoCommand(const std::vector<std::string>& args, CliContext& context) {
   const std::optional<DemoOptions> options = Parse(args, context);
   if (!options) return kExitUsage;
   if (context.exchange == nullptr) {
-    context.err << "zvsync: demo is not available on this platform yet\n";
+    context.err << "zvsync: demo needs a sync window and a message loop, and none was given\n";
     return kExitFailure;
   }
   std::string error;

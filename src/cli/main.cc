@@ -3,8 +3,6 @@
 #include <string>
 #include <vector>
 
-#include <optional>
-
 #include "cli/sync_command.h"
 #include "cli/zvsync.h"
 #include "platform/platform.h"
@@ -14,13 +12,10 @@ int main(int argc, char** argv) {
   kdzv::SystemPorts& system = kdzv::System();
   kdzv::CliContext context{system.time_zone, system.registry, system.xml_parser,
                            system.file_system, std::cout, std::cerr};
-  std::optional<kdzv::ExchangePorts> exchange;
-  if (kdzv::HeadlessWindowPlatform() != nullptr && kdzv::HeadlessMessagePump() != nullptr) {
-    exchange.emplace(kdzv::ExchangePorts{system.clock, system.profile_file, system.user_interface,
-                                         *kdzv::HeadlessWindowPlatform(),
-                                         *kdzv::HeadlessMessagePump(), &kdzv::CatchInterrupt});
-    context.exchange = &*exchange;
-  }
+  kdzv::ExchangePorts exchange{system.clock, system.profile_file, system.user_interface,
+                               *kdzv::HeadlessWindowPlatform(), *kdzv::HeadlessMessagePump(),
+                               &kdzv::CatchInterrupt};
+  context.exchange = &exchange;
   const std::vector<std::string> args = kdzv::ProgramArguments(argc, argv);
   return kdzv::RunZvsync(args, context);
 }

@@ -115,7 +115,7 @@ int SyncCommand(const std::vector<std::string>& args, CliContext& context) {
   const std::optional<SyncOptions> options = Parse(args, context);
   if (!options) return kExitUsage;
   if (context.exchange == nullptr) {
-    context.err << "zvsync: sync is not available on this platform yet\n";
+    context.err << "zvsync: sync needs a sync window and a message loop, and none was given\n";
     return kExitFailure;
   }
   // The bridge host reports its problems on standard error and, once the

@@ -21,8 +21,8 @@ struct CliContext {
   FileSystem& file_system;
   std::ostream& out;
   std::ostream& err;
-  // The ports of an exchange (zvsync sync); null where the platform has
-  // none yet.
+  // The ports of an exchange (zvsync sync and demo); the program always
+  // gives them, a caller that only parses may leave them out.
   ExchangePorts* exchange = nullptr;
 };
 

@@ -1,4 +1,4 @@
-// Starts a shell command as a child process and talks to it by lines
+// Starts a command as a child process and talks to it by lines
 // through its standard input and output; its standard error is zvsync's.
 #ifndef KDZV_PLATFORM_CHILD_PROCESS_H_
 #define KDZV_PLATFORM_CHILD_PROCESS_H_
@@ -10,9 +10,10 @@
 
 namespace kdzv {
 
-// Runs `command` with the system's shell (/bin/sh -c COMMAND). Null, with
-// `error` set to the reason, when the child cannot be started or the
-// platform has no such children.
+// Runs `command`: on Linux with the system's shell (/bin/sh -c COMMAND), on
+// Windows as a command line of its own (CreateProcessW: the program is the
+// first word; "cmd /c ..." gives a shell). Null, with `error` set to the
+// reason, when the child cannot be started.
 std::unique_ptr<HostChannel> StartShellCommand(const std::string& command, std::string& error);
 
 }  // namespace kdzv

@@ -30,12 +30,13 @@ struct SystemPorts {
 
 SystemPorts& System();
 
-// The sync window's parts and the message loop of this system for a
-// headless host (on Linux an event loop with a terminal view); null where
-// the platform has none yet.
+// The sync window's parts and the message loop of this system for a host
+// program such as zvsync: on Linux an event loop with a terminal view, on
+// Windows the real window, Win32 timers and the thread's message pump.
 SyncWindowPlatform* HeadlessWindowPlatform();
 MessagePump* HeadlessMessagePump();
-// Makes Ctrl+C press the sync window's cancel button (where supported).
+// Makes Ctrl+C on the terminal or console ask the sync window's cancel
+// question, as its close box does.
 void CatchInterrupt();
 
 // The full path of the binary that contains the component: the DLL on

@@ -15,6 +15,7 @@ constexpr std::string_view kTimeoutText = "Timeout.";
 constexpr std::string_view kCancelQuestion =
     "Soll der Syncronisation-Prozess wirklich abgebrochen werden?";
 constexpr std::string_view kCancelledText = "Abbruch durch Benutzer.";
+constexpr std::string_view kQuitText = "Abbruch: Das Programm wird beendet.";
 
 }  // namespace
 
@@ -159,6 +160,17 @@ void frmZVSync::CancelClicked() {
 void frmZVSync::CloseRequested() {
   // Closing by the user is refused; the cancel question decides instead.
   CancelClicked();
+}
+
+void frmZVSync::QuitRequested() {
+  try {
+    ShowStatusMsg(std::string(kQuitText), msgbox::kExclamation);
+    timeout_timer_->SetEnabled(false);
+    watch_timer_->SetEnabled(false);
+    owner_.OnCancel();
+  } catch (...) {
+    ReportCurrentError(kModule, "QuitRequested", "");
+  }
 }
 
 }  // namespace kdzv

@@ -60,6 +60,9 @@ class frmZVSync : public SyncWindowInput {
   // SyncWindowInput: the cancel question.
   void CancelClicked() override;
   void CloseRequested() override;
+  // Cancels without the question: "Abbruch: Das Programm wird beendet.",
+  // both timers off, OnCancel.
+  void QuitRequested() override;
 
   const std::string& LogText() const { return log_text_; }
   WindowTimer& WatchTimer() { return *watch_timer_; }

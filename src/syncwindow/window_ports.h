@@ -34,6 +34,10 @@ class SyncWindowInput {
   // The user tried to close the window (system menu, title bar, Ctrl+C on a
   // terminal): handled like the cancel button.
   virtual void CloseRequested() = 0;
+  // The host's program is ending while the window is shown (its message
+  // loop was told to quit during the wait): the exchange is cancelled at
+  // once, without the question, which nobody would be left to answer.
+  virtual void QuitRequested() = 0;
 };
 
 class SyncWindowView {

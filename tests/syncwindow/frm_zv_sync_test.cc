@@ -305,6 +305,18 @@ TEST_F(FrmZVSyncTest, ClosingByTheUserAsksTheCancelQuestion) {
   EXPECT_FALSE(Watch().Enabled());
 }
 
+TEST_F(FrmZVSyncTest, AQuitCancelsWithoutTheQuestion) {
+  ASSERT_TRUE(window.StartWatch(kDown, 500));
+  View().answer = false;  // a question would keep the exchange going
+  View().input.QuitRequested();
+  EXPECT_THAT(View().questions, IsEmpty());
+  EXPECT_THAT(owner.Raised(), ElementsAre("OnCancel"));
+  EXPECT_EQ(window.LogText(), "\r\nAbbruch: Das Programm wird beendet.");
+  EXPECT_FALSE(Watch().Enabled());
+  EXPECT_FALSE(Timeout().Enabled());
+  EXPECT_EQ(View().closes, 0);  // the owner unloads the window
+}
+
 TEST_F(FrmZVSyncTest, TimeoutWhileTheCancelQuestionIsOpenThenYes) {
   ASSERT_TRUE(window.StartWatch(kDown, 500));
   window.TimeoutTimer().SetInterval(1000);

@@ -9,6 +9,7 @@
 #include "platform/win32/win32_file_system.h"
 #include "platform/win32/win32_profile_file.h"
 #include "platform/win32/win32_registry.h"
+#include "platform/win32/win32_sync_window.h"
 #include "platform/win32/win32_time_zone.h"
 #include "platform/win32/win32_user_interface.h"
 
@@ -40,10 +41,18 @@ std::vector<std::string> ProgramArguments(int, char**) {
   return args;
 }
 
-// The sync window on Windows is a real window, which comes with the COM
-// shell; until then there is no headless exchange here.
-SyncWindowPlatform* HeadlessWindowPlatform() { return nullptr; }
-MessagePump* HeadlessMessagePump() { return nullptr; }
-void CatchInterrupt() {}
+namespace {
+
+// The sync window and the message pump of the process, made on first use.
+win32::Win32WindowPlatform& Windows() {
+  static win32::Win32WindowPlatform windows;
+  return windows;
+}
+
+}  // namespace
+
+SyncWindowPlatform* HeadlessWindowPlatform() { return &Windows(); }
+MessagePump* HeadlessMessagePump() { return &Windows(); }
+void CatchInterrupt() { win32::Win32WindowPlatform::CatchInterrupt(); }
 
 }  // namespace kdzv

@@ -23,8 +23,10 @@ class CountingInput : public SyncWindowInput {
  public:
   void CancelClicked() override { ++cancels; }
   void CloseRequested() override { ++closes; }
+  void QuitRequested() override { ++quits; }
   int cancels = 0;
   int closes = 0;
+  int quits = 0;
 };
 
 int64_t MillisecondsSince(Clock::time_point start) {
@@ -300,6 +302,7 @@ TEST_F(EventLoopInterruptTest, InterruptDuringTheQuestionBelongsToIt) {
       ++closes;
       raise(SIGINT);  // pressed again while the question is open
     }
+    void QuitRequested() override {}
     int closes = 0;
   } input;
   auto view = loop.CreateView(input);
