@@ -2,6 +2,7 @@
 
 #include "com/type_library.h"
 #include "platform/platform.h"
+#include "platform/win32/win32_sync_window.h"
 
 namespace kdzv::com {
 namespace {
@@ -50,6 +51,9 @@ bool OnOwnerThread() { return g_owner_thread == 0 || g_owner_thread == ::GetCurr
 
 void ReleaseProcessState() {
   ReleaseTypeInformation();
+  // The window classes were registered with this DLL's handle: they must
+  // go before it does.
+  win32::UnregisterSyncWindowClasses();
 }
 
 }  // namespace kdzv::com

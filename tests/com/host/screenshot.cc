@@ -92,9 +92,11 @@ bool SaveWindowPicture(HWND window, const std::wstring& path, size_t* distinct_c
   bool ok = bitmap != nullptr;
   if (ok) {
     HGDIOBJ old = ::SelectObject(memory, bitmap);
-    // The window draws itself into the picture, frame and children included.
-    ok = ::PrintWindow(window, memory, 0) != FALSE;
-    if (!ok) ok = ::BitBlt(memory, 0, 0, width, height, screen, bounds.left, bounds.top, SRCCOPY);
+    // What the screen shows where the window is, after it has drawn itself
+    // anew, frame and children included.
+    ::RedrawWindow(window, nullptr, nullptr,
+                   RDW_INVALIDATE | RDW_ERASE | RDW_FRAME | RDW_ALLCHILDREN | RDW_UPDATENOW);
+    ok = ::BitBlt(memory, 0, 0, width, height, screen, bounds.left, bounds.top, SRCCOPY) != FALSE;
     ::GdiFlush();
     ::SelectObject(memory, old);
   }
