@@ -19,6 +19,8 @@ class MessageBoxAnswerer {
   MessageBoxAnswerer(const MessageBoxAnswerer&) = delete;
   MessageBoxAnswerer& operator=(const MessageBoxAnswerer&) = delete;
 
+  void SetYesNoAnswer(int answer) { yes_no_answer_ = answer; }
+
   // The text of every box answered so far (UTF-16), in order.
   const std::vector<std::wstring>& Texts() const { return texts_; }
 

@@ -89,6 +89,8 @@ Check "Zeiten set by reference", belegung.Zeiten Is zeiten, True
 Dim zv : Set zv = CreateObject("kdZentavo.kdZVInterface")
 Dim settings : Set settings = zv.Settings
 Check "Settings Is Settings", zv.Settings Is settings, True
+' The settings are the user's: what the script changes it puts back.
+Dim oldName, oldLog : oldName = settings.SystemName : oldLog = settings.DoLog
 settings.SystemName = "Skript ö"
 settings.DoLog = False
 Check "Settings.SystemName", zv.Settings.SystemName, "Skript ö"
@@ -97,5 +99,8 @@ Check "A new settings object reads the store", stored.SystemName, "Skript ö"
 Set zv.Settings = stored
 Check "Settings set by reference", zv.Settings Is stored, True
 Check "Settings.DoLog", stored.DoLog, False
+stored.SystemName = oldName
+stored.DoLog = oldLog
+Check "Settings put back", CreateObject("kdZentavo.clZVSettings").SystemName, oldName
 
 WScript.Echo "failures: " & failures
