@@ -19,7 +19,8 @@ class Win32SyncView;
 struct TimerState {
   std::function<void()> on_tick;
   std::weak_ptr<Win32WindowPlatform::Shared> shared;
-  HWND helper = nullptr;  // the hidden window of the creating thread
+  DWORD thread = 0;       // the creating thread
+  HWND helper = nullptr;  // its hidden window
   UINT_PTR id = 0;
   int32_t interval = 0;
   bool enabled = false;
@@ -193,11 +194,28 @@ class Win32Timer : public WindowTimer {
       return;
     }
     const bool ticking = state_->enabled && state_->interval >= 1;
+    if (ticking && ::GetCurrentThreadId() == state_->thread) {
+      // The hidden window may have been destroyed (the classes were
+      // unregistered) and made anew since; its timers went with it.
+      HWND helper = HelperOfThisThread(shared);
+      if (helper != state_->helper) {
+        state_->helper = helper;
+        state_->running = false;
+      }
+    }
     if (ticking && state_->helper != nullptr) {
       state_->running = ::SetTimer(state_->helper, state_->id,
                                    static_cast<UINT>(state_->interval), nullptr) != 0;
     } else if (state_->running) {
-      ::KillTimer(state_->helper, state_->id);
+      // Only a hidden window that is still ours: a destroyed one took its
+      // timers with it, and its handle may name another window by now.
+      bool ours = false;
+      {
+        std::lock_guard<std::mutex> lock(shared->mutex);
+        const auto found = shared->helpers.find(state_->thread);
+        ours = found != shared->helpers.end() && found->second == state_->helper;
+      }
+      if (ours) ::KillTimer(state_->helper, state_->id);
       state_->running = false;
     }
   }
@@ -679,6 +697,7 @@ std::unique_ptr<WindowTimer> Win32WindowPlatform::CreateTimer(std::function<void
   auto state = std::make_shared<TimerState>();
   state->on_tick = std::move(on_tick);
   state->shared = shared_;
+  state->thread = ::GetCurrentThreadId();
   state->helper = HelperOfThisThread(shared_);
   {
     std::lock_guard<std::mutex> lock(shared_->mutex);

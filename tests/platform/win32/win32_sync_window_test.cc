@@ -398,6 +398,23 @@ TEST_F(Win32SyncWindowTest, ATimerMadeOnAnotherThreadTicksThere) {
   EXPECT_NE(worker_thread, ::GetCurrentThreadId());
 }
 
+TEST_F(Win32SyncWindowTest, UnregisteringStopsTheTimersAndEnablingMakesThemTickAgain) {
+  int ticks = 0;
+  auto timer = platform.CreateTimer([&] { ++ticks; });
+  timer->SetInterval(20);
+  timer->SetEnabled(true);
+  EXPECT_TRUE(PumpUntil([&] { return ticks >= 1; }, 100));
+  // Their hidden window goes with the classes.
+  EXPECT_TRUE(UnregisterSyncWindowClasses());
+  for (int i = 0; i < 3; ++i) platform.RunPending(0);
+  const int stopped_at = ticks;
+  for (int i = 0; i < 4; ++i) platform.RunPending(40);
+  EXPECT_EQ(ticks, stopped_at);
+  timer->SetEnabled(true);
+  EXPECT_TRUE(PumpUntil([&] { return ticks > stopped_at; }, 100));
+  timer->SetEnabled(false);
+}
+
 TEST_F(Win32SyncWindowTest, IntervalZeroAndDisabledTimersNeverTick) {
   int zero_ticks = 0;
   int disabled_ticks = 0;
