@@ -22,6 +22,23 @@ bool WaitForNoFile(const std::string& path, int timeout_ms = 5000);
 // opened at all.
 bool LockedByWriter(const std::string& path);
 
+// For the length of a test, the user's settings are those of a fresh user
+// (nothing stored), as the Linux tests have them through their own
+// settings folder. On Windows zvsync reads the registry of the user, which
+// other tests (and a developer) may have changed: the key is saved, emptied
+// and put back afterwards. On Linux it does nothing.
+class FreshUserSettings {
+ public:
+  FreshUserSettings();
+  ~FreshUserSettings();
+  FreshUserSettings(const FreshUserSettings&) = delete;
+  FreshUserSettings& operator=(const FreshUserSettings&) = delete;
+
+ private:
+  struct Saved;
+  Saved* saved_ = nullptr;
+};
+
 }  // namespace kdzv::test
 
 #endif  // KDZV_TESTS_AGENT_AGENT_TEST_SUPPORT_H_

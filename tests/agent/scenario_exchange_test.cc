@@ -19,6 +19,7 @@
 #include <string>
 #include <vector>
 
+#include "agent/agent_test_support.h"
 #include "agent/bundled_scenarios.h"
 #include "support/fakes.h"
 #include "support/golden.h"
@@ -275,6 +276,7 @@ class ScenarioExchangeTest : public ::testing::TestWithParam<Exchange> {};
 
 TEST_P(ScenarioExchangeTest, AgentAndComponentAgree) {
   const Exchange& exchange = GetParam();
+  test::FreshUserSettings fresh_user;
   test::TempDir x;
   RunSideBySide(exchange, x);
   if (HasFatalFailure()) return;

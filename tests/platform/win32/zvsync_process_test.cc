@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <string>
 
+#include "agent/agent_test_support.h"
 #include "platform/win32/wide_text.h"
 #include "support/fakes.h"
 
@@ -81,6 +82,7 @@ std::string Plain(const std::string& text) {
 }
 
 TEST(ZvsyncProcess, DemoRunsTheFirstBookingExchangeWithTheRealWindow) {
+  test::FreshUserSettings fresh_user;
   test::TempDir home;
   const std::string dir = home.File("exchange");
   const Result demo = Zvsync("demo --dir \"" + dir + "\"");
@@ -157,6 +159,7 @@ int ExitStatusAfter(HANDLE process, DWORD wait_ms) {
 }
 
 TEST(ZvsyncProcess, SyncWithAProgramAsTheHostAgainstTheAgent) {
+  test::FreshUserSettings fresh_user;
   test::TempDir x;
   for (const char* folder : {"up", "down", "depot", "keep"}) {
     std::filesystem::create_directory(x.File(folder));
