@@ -9,14 +9,14 @@
 
 using kdzv::com::ModuleHandle;
 
-extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved) {
+// Nothing but the module handle here: windows and COM objects must not be
+// touched under the loader's lock. What the process holds of ours is given
+// back in DllCanUnloadNow, which COM (and a host that loads the library
+// itself) asks before the library is unloaded.
+extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID) {
   if (reason == DLL_PROCESS_ATTACH) {
     kdzv::com::SetModuleHandle(instance);
     ::DisableThreadLibraryCalls(instance);
-  } else if (reason == DLL_PROCESS_DETACH && reserved == nullptr) {
-    // Unloaded by FreeLibrary (not at process exit): give back what the
-    // process still holds of ours.
-    kdzv::com::ReleaseProcessState();
   }
   return TRUE;
 }

@@ -193,10 +193,25 @@ class LibraryCopy {
     if (made != nullptr) made->Release();
   }
   ~LibraryCopy() {
-    object_ = Obj();
     if (module_ != nullptr) ::FreeLibrary(module_);
   }
   const Obj& object() const { return object_; }
+
+  // Lets go of the object and asks the library, as COM does before it
+  // unloads one, whether it may go: S_OK when nothing of it is alive.
+  HRESULT Release() {
+    object_ = Obj();
+    using CanUnloadNow = HRESULT(STDAPICALLTYPE*)();
+    auto can_unload = reinterpret_cast<CanUnloadNow>(
+        reinterpret_cast<void*>(::GetProcAddress(module_, "DllCanUnloadNow")));
+    return can_unload == nullptr ? E_FAIL : can_unload();
+  }
+  HRESULT CanUnloadWhileHeld() const {
+    using CanUnloadNow = HRESULT(STDAPICALLTYPE*)();
+    auto can_unload = reinterpret_cast<CanUnloadNow>(
+        reinterpret_cast<void*>(::GetProcAddress(module_, "DllCanUnloadNow")));
+    return can_unload == nullptr ? E_FAIL : can_unload();
+  }
 
  private:
   HMODULE module_ = nullptr;
@@ -222,18 +237,22 @@ TEST_P(ComExchange, AgentAndLibraryAgree) {
     LibraryCopy copy(library);
     const Obj& zv = copy.object();
     ASSERT_TRUE(zv);
-    const Obj settings = zv.GetObj(L"Settings");
-    ASSERT_TRUE(settings);
-    // Every setting as the command-line host has it for a fresh user.
-    ASSERT_EQ(settings.Put(L"DownloadPath", dir + L"\\down"), S_OK);
-    ASSERT_EQ(settings.Put(L"UploadPath", dir + L"\\up"), S_OK);
-    ASSERT_EQ(settings.Put(L"AblagePath", dir + L"\\depot"), S_OK);
-    ASSERT_EQ(settings.Put(L"FilePraefix", L"HX"), S_OK);
-    ASSERT_EQ(settings.Put(L"SystemName", L""), S_OK);
-    ASSERT_EQ(settings.Put(L"SlowSync", exchange.slow_sync), S_OK);
-    ASSERT_EQ(settings.Put(L"DoLog", true), S_OK);
-    ASSERT_EQ(settings.Put(L"TimeoutSeconds", 60), S_OK);
-    ASSERT_EQ(settings.Put(L"PatIdentKriterium", 0), S_OK);
+    // A library with a live object stays loaded.
+    EXPECT_EQ(copy.CanUnloadWhileHeld(), S_FALSE);
+    {
+      const Obj settings = zv.GetObj(L"Settings");
+      ASSERT_TRUE(settings);
+      // Every setting as the command-line host has it for a fresh user.
+      ASSERT_EQ(settings.Put(L"DownloadPath", dir + L"\\down"), S_OK);
+      ASSERT_EQ(settings.Put(L"UploadPath", dir + L"\\up"), S_OK);
+      ASSERT_EQ(settings.Put(L"AblagePath", dir + L"\\depot"), S_OK);
+      ASSERT_EQ(settings.Put(L"FilePraefix", L"HX"), S_OK);
+      ASSERT_EQ(settings.Put(L"SystemName", L""), S_OK);
+      ASSERT_EQ(settings.Put(L"SlowSync", exchange.slow_sync), S_OK);
+      ASSERT_EQ(settings.Put(L"DoLog", true), S_OK);
+      ASSERT_EQ(settings.Put(L"TimeoutSeconds", 60), S_OK);
+      ASSERT_EQ(settings.Put(L"PatIdentKriterium", 0), S_OK);
+    }
 
     // The host: every event counted, the accepting host numbering what it
     // takes, every log line kept.
@@ -362,8 +381,9 @@ TEST_P(ComExchange, AgentAndLibraryAgree) {
       EXPECT_TRUE(picture_taken) << "no picture of the sync window";
       EXPECT_GT(picture_colours, 8u) << "the picture of the sync window is blank";
     }
-    Disconnect(zv, 0);
     sink->Release();
+    // Every object of the exchange is gone with the host's last reference.
+    EXPECT_EQ(copy.Release(), S_OK);
   }
 
   // The library's messages, as the agent kept them.
