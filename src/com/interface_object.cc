@@ -177,11 +177,30 @@ HRESULT InterfaceObject::CheckLogAccess(BSTR strLog, BSTR* sErr, VARIANT_BOOL* o
   });
 }
 
-// The settings dialog comes with its own release; until then these two
-// members are part of the interface (so that its layout never changes) and
-// do nothing.
-HRESULT InterfaceObject::ShowSettings(VARIANT, VARIANT) { return S_OK; }
-HRESULT InterfaceObject::ShowSettingsStatusMsg(BSTR, LONG) { return S_OK; }
+HRESULT InterfaceObject::ShowSettings(VARIANT mOwner, VARIANT bServiceSeitigerSync) {
+  CallHold hold(static_cast<_kdZVInterface*>(this));
+  bool service_side = false;
+  if (!IsMissing(bServiceSeitigerSync)) {
+    VARIANT flag;
+    ::VariantInit(&flag);
+    if (FAILED(::VariantChangeType(&flag, &bServiceSeitigerSync, 0, VT_BOOL))) {
+      return DISP_E_TYPEMISMATCH;
+    }
+    service_side = V_BOOL(&flag) != VARIANT_FALSE;
+  }
+  return Guarded(kModule, "ShowSettings", [&] {
+    core_->ShowSettings(OwnerWindowOf(mOwner), service_side);
+    return S_OK;
+  });
+}
+
+HRESULT InterfaceObject::ShowSettingsStatusMsg(BSTR sMsg, LONG nStyle) {
+  CallHold hold(static_cast<_kdZVInterface*>(this));
+  return Guarded(kModule, "ShowSettingsStatusMsg", [&] {
+    core_->ShowSettingsStatusMsg(TextOf(sMsg), static_cast<int32_t>(nStyle));
+    return S_OK;
+  });
+}
 
 HRESULT InterfaceObject::get_Settings(_clZVSettings** settings) {
   if (settings == nullptr) return E_POINTER;

@@ -8,6 +8,16 @@
 #include "mapping/service_host.h"
 
 namespace kdzv {
+namespace {
+
+constexpr std::string_view kNoSettingsDialog =
+    "Auf diesem System gibt es keinen Einstellungsdialog.";
+constexpr std::string_view kSettingsDialogOpen = "Der Einstellungsdialog ist bereits geöffnet.";
+constexpr std::string_view kSettingsDuringSync =
+    "Während einer Synchronisation können die Einstellungen nicht geändert werden.";
+constexpr std::string_view kNoSettingsDialogOpen = "Kein Einstellungsdialog geöffnet:";
+
+}  // namespace
 
 kdZVInterface::kdZVInterface(const InterfacePorts& ports, HostEvents& host)
     : ports_(ports),
@@ -23,6 +33,7 @@ kdZVInterface::kdZVInterface(const InterfacePorts& ports, HostEvents& host)
 }
 
 kdZVInterface::~kdZVInterface() {
+  settings_form_.reset();
   if (sync_form_) {
     sync_form_->Unload();
     sync_form_.reset();
@@ -32,6 +43,65 @@ kdZVInterface::~kdZVInterface() {
 
 bool kdZVInterface::CheckLogAccess(std::string_view strLog, std::string& sErr) {
   return log_.CheckLogAccess(strLog, sErr);
+}
+
+void kdZVInterface::ShowSettings(intptr_t mOwner, bool bServiceSeitigerSync) {
+  try {
+    if (settings_dialog_ == nullptr) {
+      WriteLogLine("(ShowSettings) -> " + std::string(kNoSettingsDialog));
+      return;
+    }
+    if (settings_form_) {
+      WriteLogLine("(ShowSettings) -> " + std::string(kSettingsDialogOpen));
+      return;
+    }
+    if (in_sync_) {
+      WriteLogLine("(ShowSettings) -> " + std::string(kSettingsDuringSync));
+      return;
+    }
+    struct Unload {
+      std::unique_ptr<frmSettings>& form;
+      ~Unload() { form.reset(); }
+    } unload{settings_form_};
+    settings_form_ = std::make_unique<frmSettings>(*settings_dialog_, *this);
+    settings_form_->SetServiceSeitigerSync(bServiceSeitigerSync);
+    settings_form_->Fill(*Settings(), matching_.GetLastSessionID(config_file_));
+    settings_form_->Show(mOwner);
+    if (!settings_form_->bCancel()) {
+      auto confirmed = std::make_shared<clZVSettings>(ports_.registry);
+      settings_form_->ApplyTo(*confirmed);
+      settings_ = std::move(confirmed);
+    }
+  } catch (...) {
+    ReportCurrentError(kInterfaceModuleName, "ShowSettings", "");
+  }
+}
+
+void kdZVInterface::ShowSettingsStatusMsg(std::string_view sMsg, int32_t nStyle) {
+  try {
+    if (!settings_form_) {
+      WriteLogLine("(ShowSettingsStatusMsg) -> " + std::string(kNoSettingsDialogOpen) + " " +
+                   std::string(sMsg));
+      return;
+    }
+    settings_form_->ShowStatusMsg(sMsg, nStyle);
+  } catch (...) {
+    ReportCurrentError(kInterfaceModuleName, "ShowSettingsStatusMsg", "");
+  }
+}
+
+void kdZVInterface::EinstellungenAmServiceValidieren(std::string& s01UploadDir,
+                                                     std::string& s02DownloadDir,
+                                                     std::string& s03AblageDir,
+                                                     std::string& sErrMsg) {
+  host_.EinstellungenAmServiceValidieren(s01UploadDir, s02DownloadDir, s03AblageDir, sErrMsg);
+}
+
+void kdZVInterface::ZentavoSyncTesten() {
+  if (!settings_form_) return;
+  // The dialog's fields, not yet confirmed: never written to the store.
+  std::shared_ptr<clZVSettings> fields = settings_form_->FieldsAsSettings(ports_.registry);
+  host_.ZentavoSyncTesten(fields);
 }
 
 std::shared_ptr<clZVSettings> kdZVInterface::Settings() {

@@ -29,6 +29,8 @@
 #include "message/session_info.h"
 #include "message/up_down_file.h"
 #include "message/xml_parser.h"
+#include "settings/dialog_ports.h"
+#include "settings/frm_settings.h"
 #include "settings/registry_backend.h"
 #include "syncwindow/frm_zv_sync.h"
 #include "syncwindow/window_ports.h"
@@ -49,7 +51,9 @@ struct InterfacePorts {
   MessagePump& pump;
 };
 
-class kdZVInterface : public ErrorLogTarget, public SyncWindowEvents {
+class kdZVInterface : public ErrorLogTarget,
+                      public SyncWindowEvents,
+                      public SettingsDialogEvents {
  public:
   // How long one pass of StartSync's wait may sleep when nothing is due.
   static constexpr int32_t kWaitSliceMs = 250;
@@ -64,8 +68,20 @@ class kdZVInterface : public ErrorLogTarget, public SyncWindowEvents {
   kdZVInterface(const kdZVInterface&) = delete;
   kdZVInterface& operator=(const kdZVInterface&) = delete;
 
+  // The settings dialog of this system (none: ShowSettings is refused with
+  // a log line).
+  void SetSettingsDialog(SettingsDialogPlatform* dialog) { settings_dialog_ = dialog; }
+
   // --- Public members, in the order of the interface ---
   bool CheckLogAccess(std::string_view strLog, std::string& sErr);
+  // Shows the settings dialog modally, owned by `mOwner` (0 for none); a
+  // confirmed dialog makes a new settings object of its fields the current
+  // one. Refused (a log line, nothing else) while the dialog is already
+  // open or an exchange runs.
+  void ShowSettings(intptr_t mOwner, bool bServiceSeitigerSync);
+  // A message box over the open settings dialog; refused with a log line
+  // when none is open.
+  void ShowSettingsStatusMsg(std::string_view sMsg, int32_t nStyle);
   std::shared_ptr<clZVSettings> Settings();
   void SetSettings(std::shared_ptr<clZVSettings> settings);
   // `mOwner`: the host's window (0 for none).
@@ -87,6 +103,13 @@ class kdZVInterface : public ErrorLogTarget, public SyncWindowEvents {
     mSyncForm_OnNewFile(retVal, strFilename);
   }
   void OnLog(const std::string& strText) override;
+
+  // SettingsDialogEvents: raised to the host.
+  void EinstellungenAmServiceValidieren(std::string& s01UploadDir, std::string& s02DownloadDir,
+                                        std::string& s03AblageDir,
+                                        std::string& sErrMsg) override;
+  void ZentavoSyncTesten() override;
+  bool SettingsDialogOpen() const { return settings_form_ != nullptr; }
 
   // The state of the running or last exchange (for the command-line host
   // and tests).
@@ -126,6 +149,8 @@ class kdZVInterface : public ErrorLogTarget, public SyncWindowEvents {
   std::string config_file_;
   std::string service_host_;
   std::unique_ptr<frmZVSync> sync_form_;
+  SettingsDialogPlatform* settings_dialog_ = nullptr;
+  std::unique_ptr<frmSettings> settings_form_;
   std::string session_file_base_;
   bool cancelled_ = false;
   bool finished_ = false;

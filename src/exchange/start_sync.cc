@@ -10,6 +10,8 @@ namespace kdzv {
 
 namespace {
 
+constexpr std::string_view kSettingsDialogIsOpen =
+    "Die Synchronisation kann nicht gestartet werden, solange der Einstellungsdialog geöffnet ist.";
 constexpr std::string_view kSyncAlreadyRunning =
     "Es läuft bereits eine Synchronisation: StartSync wurde während dieser erneut aufgerufen und "
     "abgewiesen.";
@@ -30,6 +32,13 @@ enmZVRetValues kdZVInterface::StartSync(intptr_t mOwner, std::string& sErr) {
   // event handler runs within its wait) is refused and changes nothing.
   if (in_sync_) {
     sErr = std::string(kSyncAlreadyRunning);
+    WriteLogLine("(StartSync) -> " + sErr);
+    return ZV_Error_General;
+  }
+  // Nor while the settings dialog is open (the host calls from one of its
+  // events): the settings it shows are not yet decided.
+  if (settings_form_) {
+    sErr = std::string(kSettingsDialogIsOpen);
     WriteLogLine("(StartSync) -> " + sErr);
     return ZV_Error_General;
   }

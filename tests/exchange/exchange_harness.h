@@ -32,11 +32,23 @@ class RecordingHost : public HostEvents {
   void OnAttribute(std::shared_ptr<kdZVCalendar>& mZVCalendar, int32_t& retVal) override;
   void OnQueryOpeningTime(std::shared_ptr<kdZVBelegungen>& retZVBelegungen,
                           int32_t& retVal) override;
-  void EinstellungenAmServiceValidieren(std::string&, std::string&, std::string&,
-                                        std::string&) override {}
-  void ZentavoSyncTesten(std::shared_ptr<clZVSettings>&) override {}
+  void EinstellungenAmServiceValidieren(std::string& s01UploadDir, std::string& s02DownloadDir,
+                                        std::string& s03AblageDir,
+                                        std::string& sErrMsg) override {
+    events.push_back("EinstellungenAmServiceValidieren " + s01UploadDir + "|" + s02DownloadDir +
+                     "|" + s03AblageDir);
+    sErrMsg = validate_answer;
+    if (on_event) on_event("EinstellungenAmServiceValidieren");
+  }
+  void ZentavoSyncTesten(std::shared_ptr<clZVSettings>& sSettings) override {
+    events.push_back("ZentavoSyncTesten");
+    tested_settings = sSettings;
+    if (on_event) on_event("ZentavoSyncTesten");
+  }
 
   bool accept = true;
+  std::string validate_answer = "OK";  // the answer to the folder check at the service
+  std::shared_ptr<clZVSettings> tested_settings;  // what ZentavoSyncTesten was given
   std::string termin_id = "";  // the TerminIDHX given to an accepted add ("" = 1, 2, 3 ...)
   std::vector<std::string> events;  // "OnTermin Add ZV-1", "OnCalendar CAL-1", ...
   std::vector<std::string> sync_log;

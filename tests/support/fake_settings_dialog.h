@@ -125,19 +125,48 @@ class FakeFolderPicker : public FolderPicker {
   std::deque<std::string> answers;  // "" is a cancelled selection
 };
 
+// Hands out views that forward to fakes the platform keeps, so that a test
+// can still look at a dialog's controls after its owner has unloaded it.
+class ForwardingSettingsDialogView : public SettingsDialogView {
+ public:
+  explicit ForwardingSettingsDialogView(FakeSettingsDialogView& to) : to_(to) {}
+  void SetText(SettingsControl c, std::string_view t) override { to_.SetText(c, t); }
+  std::string Text(SettingsControl c) const override { return to_.Text(c); }
+  void SetChecked(SettingsControl c, bool v) override { to_.SetChecked(c, v); }
+  bool Checked(SettingsControl c) const override { return to_.Checked(c); }
+  void AddListItem(SettingsControl c, std::string_view t) override { to_.AddListItem(c, t); }
+  void SetListIndex(SettingsControl c, int i) override { to_.SetListIndex(c, i); }
+  int ListIndex(SettingsControl c) const override { return to_.ListIndex(c); }
+  void SetVisible(SettingsControl c, bool v) override { to_.SetVisible(c, v); }
+  bool Visible(SettingsControl c) const override { return to_.Visible(c); }
+  void SetReadOnly(SettingsControl c, bool v) override { to_.SetReadOnly(c, v); }
+  void SetUpDownRange(int16_t a, int16_t b) override { to_.SetUpDownRange(a, b); }
+  void SetUpDownValue(int16_t v) override { to_.SetUpDownValue(v); }
+  int16_t UpDownValue() const override { return to_.UpDownValue(); }
+  void ShowModal(intptr_t owner) override { to_.ShowModal(owner); }
+  void Hide() override { to_.Hide(); }
+  int32_t ShowMessage(std::string_view t, int32_t s) override { return to_.ShowMessage(t, s); }
+
+ private:
+  FakeSettingsDialogView& to_;
+};
+
 class FakeSettingsDialogPlatform : public SettingsDialogPlatform {
  public:
   std::unique_ptr<SettingsDialogView> CreateView(SettingsDialogInput& input) override {
-    auto view = std::make_unique<FakeSettingsDialogView>(input);
-    last_view = view.get();
+    kept_.push_back(std::make_unique<FakeSettingsDialogView>(input));
+    last_view = kept_.back().get();
     ++views;
-    return view;
+    return std::make_unique<ForwardingSettingsDialogView>(*last_view);
   }
   FolderPicker& Folders() override { return picker; }
 
-  FakeSettingsDialogView* last_view = nullptr;
+  FakeSettingsDialogView* last_view = nullptr;  // stays valid as long as the platform
   int views = 0;
   FakeFolderPicker picker;
+
+ private:
+  std::vector<std::unique_ptr<FakeSettingsDialogView>> kept_;
 };
 
 }  // namespace kdzv::test
