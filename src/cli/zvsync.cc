@@ -5,6 +5,7 @@
 #include "cli/analyze.h"
 #include "cli/demo_command.h"
 #include "cli/sync_command.h"
+#include "cli/check_folders.h"
 #include "settings/zv_settings.h"
 #include "mapping/date_time_convert.h"
 #include "util/date_time.h"
@@ -24,6 +25,8 @@ constexpr std::string_view kHelp =
     "  zvsync settings show                all settings, one NAME=VALUE a line\n"
     "  zvsync settings get NAME            one setting's value\n"
     "  zvsync settings set NAME VALUE      stores a setting (Booleans: true/false)\n"
+    "  zvsync settings check-folders       makes the upload, download and depot folders where\n"
+    "                                      missing; prints OK, or why a folder cannot be made\n"
     "  zvsync sync [OPTIONS]               runs one exchange with the service's agent:\n"
     "      --download DIR --upload DIR --depot DIR   the folders (--depot \"\": none)\n"
     "      --prefix TEXT --system-name TEXT         file-name prefix, system name\n"
@@ -88,7 +91,7 @@ int Convert(const std::vector<std::string>& args, CliContext& context) {
 }
 
 int Settings(const std::vector<std::string>& args, CliContext& context) {
-  if (args.size() < 2) return Usage(context, "settings needs show, get or set");
+  if (args.size() < 2) return Usage(context, "settings needs show, get, set or check-folders");
   const std::string& action = args[1];
   clZVSettings settings(context.registry);
   if (action == "show" && args.size() == 2) {
@@ -112,7 +115,13 @@ int Settings(const std::vector<std::string>& args, CliContext& context) {
     if (!settings.SetFromText(args[2], args[3], &error)) return Usage(context, error);
     return kExitOk;
   }
-  return Usage(context, "settings takes show, get NAME or set NAME VALUE");
+  if (action == "check-folders" && args.size() == 2) {
+    const std::vector<std::string> answer = CheckFolders(settings);
+    const bool ok = answer.size() == 1 && answer[0] == "OK";
+    for (const std::string& line : answer) (ok ? context.out : context.err) << line << "\n";
+    return ok ? kExitOk : kExitFailure;
+  }
+  return Usage(context, "settings takes show, get NAME, set NAME VALUE or check-folders");
 }
 
 }  // namespace
