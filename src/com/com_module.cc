@@ -2,6 +2,7 @@
 
 #include "com/type_library.h"
 #include "platform/platform.h"
+#include "platform/win32/win32_settings_dialog.h"
 #include "platform/win32/win32_sync_window.h"
 
 namespace kdzv::com {
@@ -54,6 +55,7 @@ void ReleaseProcessState() {
   // The window classes were registered with this DLL's handle: they must
   // go before it does.
   win32::UnregisterSyncWindowClasses();
+  win32::UnregisterSettingsDialogClass();
 }
 
 }  // namespace kdzv::com

@@ -132,6 +132,7 @@ InterfaceObject* InterfaceObject::Create(HRESULT& hr) {
                                system.profile_file, system.registry,   system.user_interface,
                                system.xml_parser,  *window,            *pump};
     object->core_ = std::make_unique<kdZVInterface>(ports, *object);
+    object->core_->SetSettingsDialog(SettingsDialogs());
   } catch (...) {
     object->Release();
     hr = E_OUTOFMEMORY;

@@ -14,6 +14,7 @@ class MessagePump;
 class SyncWindowPlatform;
 class ProfileFile;
 class RegistryBackend;
+class SettingsDialogPlatform;
 class TimeZoneSource;
 class UserInterface;
 class XmlParser;
@@ -35,6 +36,9 @@ SystemPorts& System();
 // Windows the real window, Win32 timers and the thread's message pump.
 SyncWindowPlatform* HeadlessWindowPlatform();
 MessagePump* HeadlessMessagePump();
+// The settings dialog of this system: a real dialog on Windows; none on
+// Linux (null), where zvsync edits the settings on the command line.
+SettingsDialogPlatform* SettingsDialogs();
 // Makes Ctrl+C on the terminal or console ask the sync window's cancel
 // question, as its close box does.
 void CatchInterrupt();

@@ -4,6 +4,7 @@
 
 #include "platform/platform.h"
 #include "platform/win32/msxml_parser.h"
+#include "platform/win32/win32_settings_dialog.h"
 #include "platform/win32/wide_text.h"
 #include "platform/win32/win32_clock.h"
 #include "platform/win32/win32_file_system.h"
@@ -53,6 +54,10 @@ win32::Win32WindowPlatform& Windows() {
 
 SyncWindowPlatform* HeadlessWindowPlatform() { return &Windows(); }
 MessagePump* HeadlessMessagePump() { return &Windows(); }
+SettingsDialogPlatform* SettingsDialogs() {
+  static win32::Win32SettingsDialogPlatform dialogs;
+  return &dialogs;
+}
 void CatchInterrupt() { win32::Win32WindowPlatform::CatchInterrupt(); }
 
 }  // namespace kdzv

@@ -253,8 +253,12 @@ TEST(ComInterface, CheckLogAccessAnswersThroughItsByReferenceText) {
 TEST(ComInterface, OptionalArgumentsMayBeLeftOut) {
   const Obj object = NewInterface();
   ASSERT_TRUE(object);
-  EXPECT_EQ(object.Call(L"ShowSettings").hr, S_OK);
+  // Without an open dialog the status message is refused with a log line.
   EXPECT_EQ(object.Call(L"ShowSettingsStatusMsg", {Var(L"Hallo"), Var(64)}).hr, S_OK);
+  // A mode that is no truth value cannot be coerced.
+  const Result no_mode = object.Call(L"ShowSettings", {Var::Missing(), Var(L"kein Wahrheitswert")});
+  EXPECT_EQ(no_mode.hr, DISP_E_EXCEPTION);
+  EXPECT_EQ(no_mode.scode, DISP_E_TYPEMISMATCH);
   EXPECT_EQ(object.Call(L"ShowSettingsStatusMsg").hr, DISP_E_BADPARAMCOUNT);
 }
 

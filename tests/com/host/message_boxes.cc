@@ -43,7 +43,8 @@ LRESULT CALLBACK MessageBoxAnswerer::Hook(int code, WPARAM wparam, LPARAM lparam
       std::wstring text;
       ::EnumChildWindows(window, CollectText, reinterpret_cast<LPARAM>(&text));
       g_active->texts_.push_back(text);
-      const int answer = HasButton(window, IDYES) ? g_active->yes_no_answer_ : IDOK;
+      const int answer =
+          HasButton(window, IDYES) ? g_active->yes_no_answer_ : g_active->other_answer_;
       ::PostMessageW(window, WM_COMMAND, MAKEWPARAM(answer, BN_CLICKED), 0);
     }
   }

@@ -20,6 +20,9 @@ class MessageBoxAnswerer {
   MessageBoxAnswerer& operator=(const MessageBoxAnswerer&) = delete;
 
   void SetYesNoAnswer(int answer) { yes_no_answer_ = answer; }
+  // The button for a box without Yes (IDOK unless set; IDCANCEL closes a
+  // folder browser without a choice).
+  void SetOtherAnswer(int answer) { other_answer_ = answer; }
 
   // The text of every box answered so far (UTF-16), in order.
   const std::vector<std::wstring>& Texts() const { return texts_; }
@@ -29,6 +32,7 @@ class MessageBoxAnswerer {
 
   HHOOK hook_ = nullptr;
   int yes_no_answer_;
+  int other_answer_ = IDOK;
   std::vector<std::wstring> texts_;
   std::vector<HWND> answered_;  // a box activated again is answered once
 };

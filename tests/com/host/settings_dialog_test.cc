@@ -1,0 +1,201 @@
+// The settings dialog through the DLL, driven by the test host through the
+// dialog's controls (found by their fixed ids) as a user would: fields
+// filled and confirmed, cancelled, the close box, a cancelled folder
+// browser, both warnings, both events answered by the host, and a status
+// message from inside an event handler. Pictures of both modes are left in
+// the build folder.
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "automation_client.h"
+#include "event_sink.h"
+#include "host_environment.h"
+#include "message_boxes.h"
+#include "screenshot.h"
+
+namespace kdzv::host {
+namespace {
+
+// The dialog's control ids, as its documentation lists them.
+constexpr int kTxtFolder0 = 1100, kTxtFolder1 = 1101, kTxtFolder2 = 1102;
+constexpr int kCmdBrowse0 = 1110;
+constexpr int kTxtSystemName = 1151;
+constexpr int kTxtSessionID = 1170;
+constexpr int kCmdSyncTesten = 1180;
+constexpr const wchar_t kCaption[] = L"Schnittstellen-Einstellungen für Zentavo";
+
+// What the host's timer does once the dialog is shown: one step per tick.
+struct Script {
+  std::vector<std::function<void(HWND dialog)>> steps;
+  size_t next = 0;
+  int ticks = 0;
+};
+Script* g_script = nullptr;
+
+void CALLBACK Drive(HWND, UINT, UINT_PTR, DWORD) {
+  Script& script = *g_script;
+  ++script.ticks;
+  HWND dialog = ::FindWindowW(L"kdZentavoSettingsDialog", nullptr);
+  if (dialog == nullptr || !::IsWindowVisible(dialog) || script.next >= script.steps.size()) {
+    return;
+  }
+  script.steps[script.next++](dialog);
+}
+
+// Calls ShowSettings(owner form or none, mode) while the timer plays the
+// script; answers message boxes with `boxes`.
+Result ShowSettings(const Obj& zv, bool service_side, Script& script) {
+  g_script = &script;
+  const UINT_PTR timer = ::SetTimer(nullptr, 0, 200, Drive);
+  const Result shown = zv.Call(L"ShowSettings", {Var::Missing(), Var(service_side)});
+  ::KillTimer(nullptr, timer);
+  g_script = nullptr;
+  return shown;
+}
+
+void SetText(HWND dialog, int id, const wchar_t* text) {
+  ::SendMessageW(::GetDlgItem(dialog, id), WM_SETTEXT, 0, reinterpret_cast<LPARAM>(text));
+}
+std::wstring TextOf(HWND dialog, int id) {
+  wchar_t text[1024] = {};
+  ::GetWindowTextW(::GetDlgItem(dialog, id), text, 1024);
+  return text;
+}
+void Click(HWND dialog, int id) { ::PostMessageW(::GetDlgItem(dialog, id), BM_CLICK, 0, 0); }
+
+Obj NewInterfaceWithFolders(const std::wstring& down) {
+  HRESULT hr = E_FAIL;
+  Obj zv = Obj::Create(L"kdZentavo.kdZVInterface", &hr);
+  EXPECT_EQ(hr, S_OK);
+  const Obj settings = zv.GetObj(L"Settings");
+  settings.Put(L"DownloadPath", down);
+  settings.Put(L"UploadPath", L"C:\\zv\\up");
+  settings.Put(L"AblagePath", L"C:\\zv\\ablage");
+  settings.Put(L"SystemName", L"");
+  return zv;
+}
+
+std::wstring PicturePath(const wchar_t* name) {
+  ::CreateDirectoryW(WindowsPath(KDZV_SCREENSHOT_DIR).c_str(), nullptr);
+  return WindowsPath(KDZV_SCREENSHOT_DIR) + L"\\" + name;
+}
+
+TEST(ComSettingsDialog, FieldsFilledAndConfirmedBecomeTheSettings) {
+  const Obj zv = NewInterfaceWithFolders(L"C:\\zv\\down");
+  const Obj before = zv.GetObj(L"Settings");
+  MessageBoxAnswerer boxes;
+  std::wstring shown_down, shown_caption, session_id;
+  size_t colours = 0;
+  Script script;
+  script.steps.push_back([&](HWND dialog) {
+    wchar_t caption[256] = {};
+    ::GetWindowTextW(dialog, caption, 256);
+    shown_caption = caption;
+    shown_down = TextOf(dialog, kTxtFolder0);
+    session_id = TextOf(dialog, kTxtSessionID);
+    SaveWindowPicture(dialog, PicturePath(L"settings-dialog.png"), &colours);
+    SetText(dialog, kTxtFolder0, L"C:\\zv\\neu");
+    Click(dialog, IDOK);
+  });
+  ASSERT_EQ(ShowSettings(zv, false, script).hr, S_OK);
+  EXPECT_EQ(shown_caption, kCaption);
+  EXPECT_EQ(shown_down, L"C:\\zv\\down");
+  EXPECT_FALSE(session_id.empty());
+  EXPECT_GT(colours, 8u);
+  EXPECT_EQ(script.next, 1u);
+  const Obj after = zv.GetObj(L"Settings");
+  EXPECT_NE(after.get(), before.get());  // a new settings object of the fields
+  EXPECT_EQ(after.Get(L"DownloadPath").Text(), L"C:\\zv\\neu");
+  EXPECT_EQ(Obj::Create(L"kdZentavo.clZVSettings").Get(L"DownloadPath").Text(), L"C:\\zv\\neu");
+  EXPECT_TRUE(boxes.Texts().empty());
+}
+
+TEST(ComSettingsDialog, CancelTheCloseBoxAndACancelledFolderBrowserChangeNothing) {
+  const Obj zv = NewInterfaceWithFolders(L"C:\\zv\\bleibt");
+  const Obj before = zv.GetObj(L"Settings");
+  MessageBoxAnswerer boxes;
+  boxes.SetOtherAnswer(IDCANCEL);  // the folder browser is left without a choice
+  std::wstring after_browse;
+  Script script;
+  script.steps.push_back([](HWND dialog) { Click(dialog, kCmdBrowse0); });
+  script.steps.push_back([&](HWND dialog) {
+    after_browse = TextOf(dialog, kTxtFolder0);
+    SetText(dialog, kTxtFolder0, L"C:\\zv\\verworfen");
+    Click(dialog, IDCANCEL);
+  });
+  ASSERT_EQ(ShowSettings(zv, false, script).hr, S_OK);
+  EXPECT_EQ(after_browse, L"C:\\zv\\bleibt");
+  EXPECT_EQ(zv.GetObj(L"Settings").get(), before.get());
+  EXPECT_EQ(before.Get(L"DownloadPath").Text(), L"C:\\zv\\bleibt");
+
+  Script close;
+  close.steps.push_back([](HWND dialog) {
+    SetText(dialog, kTxtFolder0, L"C:\\zv\\verworfen");
+    ::PostMessageW(dialog, WM_CLOSE, 0, 0);
+  });
+  ASSERT_EQ(ShowSettings(zv, false, close).hr, S_OK);
+  EXPECT_EQ(zv.GetObj(L"Settings").get(), before.get());
+  EXPECT_EQ(before.Get(L"DownloadPath").Text(), L"C:\\zv\\bleibt");
+}
+
+TEST(ComSettingsDialog, TheServiceSideWarningsAndBothEventsAnsweredByTheHost) {
+  const Obj zv = NewInterfaceWithFolders(L"C:\\zv\\down");
+  MessageBoxAnswerer boxes;
+  std::vector<std::wstring> folders;
+  std::wstring answer = L"Zugriff verweigert";
+  std::wstring tested_name;
+  auto* sink = new EventSink(EventInterfaceOf(zv), [&](DISPID id, DISPPARAMS& args) {
+    if (id == 6) {  // EinstellungenAmServiceValidieren(up, down, depot, sErrMsg)
+      for (UINT i = 3; i >= 1; --i) folders.emplace_back(*V_BSTRREF(&args.rgvarg[i]));
+      ::SysFreeString(*V_BSTRREF(&args.rgvarg[0]));
+      *V_BSTRREF(&args.rgvarg[0]) = ::SysAllocString(answer.c_str());
+    } else if (id == 7) {  // ZentavoSyncTesten(sSettings)
+      tested_name = Obj(*V_DISPATCHREF(&args.rgvarg[0])).Get(L"SystemName").Text();
+      zv.Call(L"ShowSettingsStatusMsg", {Var(L"Test erfolgreich"), Var(64)});
+    }
+    return S_OK;
+  });
+  ASSERT_NE(Connect(zv, sink), 0u);
+  size_t colours = 0;
+  Script script;
+  script.steps.push_back([&](HWND dialog) {
+    SaveWindowPicture(dialog, PicturePath(L"settings-dialog-service.png"), &colours);
+    Click(dialog, IDOK);  // no system name: the first warning
+  });
+  script.steps.push_back([](HWND dialog) {
+    SetText(dialog, kTxtSystemName, L"PRAXIS-Süd");
+    Click(dialog, kCmdSyncTesten);
+  });
+  script.steps.push_back([](HWND dialog) { Click(dialog, IDOK); });  // refused by the host
+  script.steps.push_back([&](HWND dialog) {
+    answer = L"OK";
+    Click(dialog, IDOK);
+  });
+  ASSERT_EQ(ShowSettings(zv, true, script).hr, S_OK);
+  EXPECT_EQ(script.next, 4u);
+  EXPECT_GT(colours, 8u);
+  ASSERT_EQ(boxes.Texts().size(), 3u);
+  EXPECT_EQ(boxes.Texts()[0],
+            L"Bitte geben Sie den Systemnamen ein.\r\nDen Systemnamen finden Sie in den "
+            L"Einstellungen des ZVSync-Zentavo Synchronisationsagenten.");
+  EXPECT_EQ(boxes.Texts()[1], L"Test erfolgreich");
+  EXPECT_EQ(boxes.Texts()[2],
+            L"Mindestens ein Verzeichnis konnte nicht erstellt werden.\r\n\r\nZugriff "
+            L"verweigert\r\n\r\nBitte beachten Sie, dass die Verzeichnisse auf dem Rechner des "
+            L"Termin-Services angelegt werden.");
+  EXPECT_EQ(tested_name, L"PRAXIS-Süd");
+  // Twice asked, each time upload, download, depot.
+  EXPECT_EQ(folders, (std::vector<std::wstring>{L"C:\\zv\\up", L"C:\\zv\\down",
+                                                L"C:\\zv\\ablage", L"C:\\zv\\up",
+                                                L"C:\\zv\\down", L"C:\\zv\\ablage"}));
+  EXPECT_EQ(zv.GetObj(L"Settings").Get(L"SystemName").Text(), L"PRAXIS-Süd");
+  sink->Release();
+}
+
+}  // namespace
+}  // namespace kdzv::host
