@@ -8,6 +8,7 @@
 #include <objbase.h>
 #include <shlobj.h>
 #include <windows.h>
+#include <msi.h>
 
 #include <gtest/gtest.h>
 
@@ -16,6 +17,7 @@
 #include <set>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "../host/host_environment.h"
 #include "../registration/registry_snapshot.h"
@@ -34,6 +36,22 @@ std::wstring WindowsPath(const char* unix_path) {
 }
 
 std::wstring PackagePath() { return WindowsPath(KDZV_MSI_PATH); }
+// The same package one version later, made for the upgrade test.
+std::wstring NextPackagePath() { return WindowsPath(KDZV_MSI_NEXT_PATH); }
+
+// The installed products of the package's upgrade code, with their versions.
+std::vector<std::wstring> InstalledVersions() {
+  std::vector<std::wstring> versions;
+  for (DWORD i = 0;; ++i) {
+    wchar_t product[39] = {};
+    if (::MsiEnumRelatedProductsW(KDZV_MSI_UPGRADE_CODE, 0, i, product) != ERROR_SUCCESS) break;
+    wchar_t version[64] = {};
+    DWORD length = 64;
+    ::MsiGetProductInfoW(product, INSTALLPROPERTY_VERSIONSTRING, version, &length);
+    versions.push_back(version);
+  }
+  return versions;
+}
 
 // C:\ProgramData\Halvex\<folder>, where the package installs.
 std::wstring InstallFolder() {
@@ -112,6 +130,7 @@ class InstallerPackage : public ::testing::Test {
     // Whatever happened: no package left installed, none of the test's
     // files left behind, and the build's library registered again.
     RunProgram(L"msiexec.exe /x \"" + PackagePath() + L"\" /qn", 120000);
+    RunProgram(L"msiexec.exe /x \"" + NextPackagePath() + L"\" /qn", 120000);
     const std::wstring folder = InstallFolder();
     ::DeleteFileW((folder + L"\\kdZentavo.cfg").c_str());
     ::DeleteFileW((folder + L"\\kdZentavo.log").c_str());
@@ -178,6 +197,41 @@ TEST_F(InstallerPackage, InstallsRegistersLikeTheLibraryAndUninstallsKeepingConf
   EXPECT_EQ(ReadFile(log), log_text);
   EXPECT_NE(config_text.find(kConfigMarker), std::string::npos);
   EXPECT_NE(log_text.find(kLogMarker), std::string::npos);
+}
+
+// A package of a newer version installed over the older one replaces it:
+// one product of the upgrade code is left, the newer one, with the DLL and
+// the library's keys in place, and the configuration written beside the DLL
+// survives; uninstalling the newer one leaves the registry as it was before.
+TEST_F(InstallerPackage, ANewerPackageReplacesTheOlderOne) {
+  ASSERT_EQ(Unregister(), 0);
+  const std::wstring folder = InstallFolder();
+  const std::wstring dll = folder + L"\\kdZentavo.dll";
+  ASSERT_TRUE(InstalledVersions().empty());
+  const Snapshot before = TakeSnapshot();
+
+  ASSERT_EQ(RunProgram(L"msiexec.exe /i \"" + PackagePath() + L"\" /qn", 120000), 0);
+  ASSERT_EQ(InstalledVersions().size(), 1u);
+  const Snapshot installed = TakeSnapshot();
+  const std::wstring config = folder + L"\\kdZentavo.cfg";
+  WriteFile(config, kConfigMarker);
+
+  ASSERT_EQ(RunProgram(L"msiexec.exe /i \"" + NextPackagePath() + L"\" /qn", 120000), 0);
+  const std::vector<std::wstring> versions = InstalledVersions();
+  ASSERT_EQ(versions.size(), 1u);
+  EXPECT_EQ(versions[0], KDZV_MSI_NEXT_VERSION);
+  EXPECT_TRUE(FileExists(dll));
+  EXPECT_EQ(ReadFile(config), kConfigMarker);
+  const std::set<std::wstring> library_changes = LibraryKeys(Changed(installed, TakeSnapshot()));
+  EXPECT_TRUE(library_changes.empty())
+      << "the newer package's keys differ from the older one's:\n" << Listing(library_changes);
+
+  ASSERT_EQ(RunProgram(L"msiexec.exe /x \"" + NextPackagePath() + L"\" /qn", 120000), 0);
+  EXPECT_TRUE(InstalledVersions().empty());
+  EXPECT_FALSE(FileExists(dll));
+  const std::set<std::wstring> not_restored = Changed(before, TakeSnapshot());
+  EXPECT_TRUE(not_restored.empty()) << "not restored:\n" << Listing(not_restored);
+  EXPECT_EQ(ReadFile(config), kConfigMarker);
 }
 
 }  // namespace
