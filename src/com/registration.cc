@@ -1,65 +1,33 @@
 #include "com/registration.h"
 
-#include <objbase.h>
-
-#include "com/kdZentavo_h.h"
+#include "com/registration_table.h"
 
 namespace kdzv::com {
 namespace {
 
-struct ClassEntry {
-  const wchar_t* name;
-  const CLSID* clsid;
-};
-
-const ClassEntry kClasses[] = {
-    {L"kdZVTermin", &CLSID_kdZVTermin},
-    {L"kdZVCalendar", &CLSID_kdZVCalendar},
-    {L"kdZVBelegungsZeit", &CLSID_kdZVBelegungsZeit},
-    {L"kdZVBelegungsZeiten", &CLSID_kdZVBelegungsZeiten},
-    {L"kdZVBelegung", &CLSID_kdZVBelegung},
-    {L"kdZVBelegungen", &CLSID_kdZVBelegungen},
-    {L"clZVSettings", &CLSID_clZVSettings},
-    {L"kdZVInterface", &CLSID_kdZVInterface},
-};
-
-struct InterfaceEntry {
-  const wchar_t* name;
-  const IID* iid;
-  bool dispinterface;
-};
-
-const InterfaceEntry kInterfaces[] = {
-    {L"_kdZVTermin", &IID__kdZVTermin, false},
-    {L"_kdZVCalendar", &IID__kdZVCalendar, false},
-    {L"_kdZVBelegungsZeit", &IID__kdZVBelegungsZeit, false},
-    {L"_kdZVBelegungsZeiten", &IID__kdZVBelegungsZeiten, false},
-    {L"_kdZVBelegung", &IID__kdZVBelegung, false},
-    {L"_kdZVBelegungen", &IID__kdZVBelegungen, false},
-    {L"_clZVSettings", &IID__clZVSettings, false},
-    {L"_kdZVInterface", &IID__kdZVInterface, false},
-    {L"__kdZVInterface", &DIID___kdZVInterface, true},
-};
-
-constexpr wchar_t kLibraryName[] = L"Halvex-Interface f\u00fcr Zentavo";
-constexpr wchar_t kVersion[] = L"1.0";
-// The system's marshalers of automation interfaces: dual interfaces go
-// through the type library, dispinterfaces through IDispatch.
-constexpr wchar_t kDualMarshaler[] = L"{00020424-0000-0000-C000-000000000046}";
-constexpr wchar_t kDispatchMarshaler[] = L"{00020420-0000-0000-C000-000000000046}";
-
-std::wstring GuidText(const GUID& guid) {
-  wchar_t text[40] = {};
-  ::StringFromGUID2(guid, text, 40);
-  return text;
+// Registry text is UTF-8 in the shared table and UTF-16 here.
+std::wstring Wide(const std::string& text) {
+  if (text.empty()) return std::wstring();
+  const int length = ::MultiByteToWideChar(CP_UTF8, 0, text.data(),
+                                           static_cast<int>(text.size()), nullptr, 0);
+  std::wstring wide(static_cast<size_t>(length), L'\0');
+  ::MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), wide.data(),
+                        length);
+  return wide;
 }
 
-std::wstring FolderOf(const std::wstring& path) {
-  const size_t slash = path.find_last_of(L"\\/");
-  return slash == std::wstring::npos ? std::wstring() : path.substr(0, slash);
+std::string Utf8(const std::wstring& text) {
+  if (text.empty()) return std::string();
+  const int length = ::WideCharToMultiByte(CP_UTF8, 0, text.data(),
+                                           static_cast<int>(text.size()), nullptr, 0, nullptr,
+                                           nullptr);
+  std::string narrow(static_cast<size_t>(length), '\0');
+  ::WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), narrow.data(),
+                        length, nullptr, nullptr);
+  return narrow;
 }
 
-std::wstring TypeLibKey() { return L"TypeLib\\" + GuidText(LIBID_kdZentavo); }
+std::wstring TypeLibKey() { return L"TypeLib\\" + Wide(table::kLibraryId); }
 
 // An open registry key, closed when it goes out of scope.
 class RegKey {
@@ -106,34 +74,11 @@ const wchar_t* OwnPlatform() { return sizeof(void*) == 8 ? L"win64" : L"win32"; 
 
 std::vector<RegistryRow> RegistrationRows(const std::wstring& dll_path,
                                           const std::wstring& platform) {
-  const std::wstring libid = GuidText(LIBID_kdZentavo);
+  const std::string path = Utf8(dll_path);
   std::vector<RegistryRow> rows;
-  for (const ClassEntry& entry : kClasses) {
-    const std::wstring clsid = GuidText(*entry.clsid);
-    const std::wstring prog_id = std::wstring(L"kdZentavo.") + entry.name;
-    const std::wstring class_key = L"CLSID\\" + clsid;
-    rows.push_back({prog_id, L"", entry.name});
-    rows.push_back({prog_id + L"\\CLSID", L"", clsid});
-    rows.push_back({class_key, L"", entry.name});
-    rows.push_back({class_key + L"\\InprocServer32", L"", dll_path});
-    rows.push_back({class_key + L"\\InprocServer32", L"ThreadingModel", L"Apartment"});
-    rows.push_back({class_key + L"\\ProgID", L"", prog_id});
-    rows.push_back({class_key + L"\\TypeLib", L"", libid});
-    rows.push_back({class_key + L"\\Version", L"", kVersion});
-  }
-  const std::wstring library_key = TypeLibKey() + L"\\" + kVersion;
-  rows.push_back({library_key, L"", kLibraryName});
-  rows.push_back({library_key + L"\\0\\" + platform, L"", dll_path});
-  rows.push_back({library_key + L"\\FLAGS", L"", L"0"});
-  rows.push_back({library_key + L"\\HELPDIR", L"", FolderOf(dll_path)});
-  for (const InterfaceEntry& entry : kInterfaces) {
-    const std::wstring key = L"Interface\\" + GuidText(*entry.iid);
-    const wchar_t* marshaler = entry.dispinterface ? kDispatchMarshaler : kDualMarshaler;
-    rows.push_back({key, L"", entry.name});
-    rows.push_back({key + L"\\ProxyStubClsid", L"", marshaler});
-    rows.push_back({key + L"\\ProxyStubClsid32", L"", marshaler});
-    rows.push_back({key + L"\\TypeLib", L"", libid});
-    rows.push_back({key + L"\\TypeLib", L"Version", kVersion});
+  for (const table::Row& row :
+       table::Rows(path, table::FolderWithSeparator(path), Utf8(platform))) {
+    rows.push_back({Wide(row.key), Wide(row.name), Wide(row.value)});
   }
   return rows;
 }
@@ -163,18 +108,18 @@ HRESULT UnregisterServer() {
     const LONG status = DeleteTree(key);
     if (status != ERROR_SUCCESS && failed == ERROR_SUCCESS) failed = status;
   };
-  for (const ClassEntry& entry : kClasses) {
-    remove(std::wstring(L"kdZentavo.") + entry.name);
-    remove(L"CLSID\\" + GuidText(*entry.clsid));
+  for (const table::ClassRecord& entry : table::kClasses) {
+    remove(Wide(table::kProgIdPrefix) + Wide(entry.name));
+    remove(L"CLSID\\" + Wide(entry.clsid));
   }
   // The type library's entry of this platform; the library and its
   // interfaces only when no other platform's build still uses them.
-  const std::wstring platforms = TypeLibKey() + L"\\" + kVersion + L"\\0";
+  const std::wstring platforms = TypeLibKey() + L"\\" + Wide(table::kLibraryVersion) + L"\\0";
   remove(platforms + L"\\" + OwnPlatform());
   if (!HasSubkeys(platforms)) {
     remove(TypeLibKey());
-    for (const InterfaceEntry& entry : kInterfaces) {
-      remove(L"Interface\\" + GuidText(*entry.iid));
+    for (const table::InterfaceRecord& entry : table::kInterfaces) {
+      remove(L"Interface\\" + Wide(entry.iid));
     }
   }
   return failed == ERROR_SUCCESS ? S_OK : HRESULT_FROM_WIN32(failed);

@@ -1,8 +1,8 @@
 // What the library writes to the registry to be found by COM: for every
 // class its CLSID key and its ProgID "kdZentavo.<class>", and the type
-// library with its interfaces. One table serves the library's own
-// registration (regsvr32) and its removal, so that both touch exactly the
-// same keys.
+// library with its interfaces. One table (registration_table.h) serves the
+// library's own registration (regsvr32), its removal and the installer
+// package's registry rows, so that all of them touch exactly the same keys.
 #ifndef KDZV_COM_REGISTRATION_H_
 #define KDZV_COM_REGISTRATION_H_
 

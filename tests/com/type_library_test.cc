@@ -12,6 +12,7 @@
 #include <tuple>
 #include <vector>
 
+#include "com/registration_table.h"
 #include "interface/records.h"
 #include "platform/win32/com_ptr.h"
 #include "platform/win32/com_values.h"
@@ -255,6 +256,50 @@ TEST_P(TypeLibraryTest, TheEnumerationsHaveTheCoresValues) {
             (std::map<std::string, long>{{"Object_Add", Object_Add},
                                          {"Object_Delete", Object_Delete},
                                          {"Object_Replace", Object_Replace}}));
+}
+
+// The registration table (which the library's registration and the
+// installer package are made from) names every class and interface with the
+// GUID the type library gives it.
+TEST_P(TypeLibraryTest, TheRegistrationTableHasTheTypeLibrarysGuids) {
+  auto guid_of = [](const char* text) {
+    GUID guid = {};
+    EXPECT_EQ(::CLSIDFromString(win32::Widen(text).c_str(), &guid), S_OK) << text;
+    return guid;
+  };
+  TLIBATTR* attributes = nullptr;
+  ASSERT_EQ(library->GetLibAttr(&attributes), S_OK);
+  EXPECT_TRUE(::IsEqualGUID(attributes->guid, guid_of(com::table::kLibraryId)));
+  EXPECT_EQ(std::to_string(attributes->wMajorVerNum) + "." +
+                std::to_string(attributes->wMinorVerNum),
+            com::table::kLibraryVersion);
+  library->ReleaseTLibAttr(attributes);
+  UniqueBstr help;
+  ASSERT_EQ(library->GetDocumentation(-1, nullptr, help.Put(), nullptr, nullptr), S_OK);
+  EXPECT_EQ(std::wstring(help.get()), win32::Widen(com::table::kLibraryName));
+
+  auto check = [&](const char* name, const char* text, TYPEKIND kind, bool dual) {
+    ComPtr<ITypeInfo> info;
+    ASSERT_EQ(library->GetTypeInfoOfGuid(guid_of(text), info.Put()), S_OK) << name;
+    UniqueBstr found;
+    ASSERT_EQ(info->GetDocumentation(MEMBERID_NIL, found.Put(), nullptr, nullptr, nullptr), S_OK);
+    EXPECT_EQ(std::wstring(found.get()), win32::Widen(name));
+    TYPEATTR* type = nullptr;
+    ASSERT_EQ(info->GetTypeAttr(&type), S_OK);
+    EXPECT_EQ(type->typekind, kind) << name;
+    EXPECT_EQ((type->wTypeFlags & TYPEFLAG_FDUAL) != 0, dual) << name;
+    info->ReleaseTypeAttr(type);
+  };
+  for (const auto& entry : com::table::kClasses) {
+    check(entry.name, entry.clsid, TKIND_COCLASS, false);
+  }
+  for (const auto& entry : com::table::kInterfaces) {
+    check(entry.name, entry.iid, TKIND_DISPATCH, !entry.dispinterface);
+  }
+  EXPECT_EQ(std::size(com::table::kClasses) + std::size(com::table::kInterfaces) + 4u,
+            static_cast<size_t>(library->GetTypeInfoCount()))
+      << "the type library has classes or interfaces the table does not name "
+         "(besides its four enumerations)";
 }
 
 INSTANTIATE_TEST_SUITE_P(BothArchitectures, TypeLibraryTest, ::testing::Values(32, 64),
