@@ -197,5 +197,38 @@ TEST(ComSettingsDialog, TheServiceSideWarningsAndBothEventsAnsweredByTheHost) {
   sink->Release();
 }
 
+TEST(ComSettingsDialog, AHostThatLetsGoWhileTheDialogIsOpenDoesNotPullItAway) {
+  auto* holder = new Obj(NewInterfaceWithFolders(L"C:\\zv\\down"));
+  IDispatch* raw = holder->get();
+  const DISPID show = holder->Id(L"ShowSettings");
+  MessageBoxAnswerer boxes;
+  Script script;
+  script.steps.push_back([&](HWND dialog) {
+    // The host's last reference goes while the dialog is open.
+    delete holder;
+    holder = nullptr;
+    Click(dialog, IDCANCEL);
+  });
+  g_script = &script;
+  const UINT_PTR timer = ::SetTimer(nullptr, 0, 200, Drive);
+  VARIANTARG args[2];
+  ::VariantInit(&args[0]);
+  V_VT(&args[0]) = VT_BOOL;
+  V_BOOL(&args[0]) = VARIANT_FALSE;
+  ::VariantInit(&args[1]);
+  V_VT(&args[1]) = VT_ERROR;
+  V_ERROR(&args[1]) = DISP_E_PARAMNOTFOUND;
+  DISPPARAMS params = {args, nullptr, 2, 0};
+  const HRESULT hr = raw->Invoke(show, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD, &params,
+                                 nullptr, nullptr, nullptr);
+  ::KillTimer(nullptr, timer);
+  g_script = nullptr;
+  EXPECT_EQ(hr, S_OK);
+  EXPECT_EQ(holder, nullptr);
+  EXPECT_EQ(script.next, 1u);
+  // The dialog went with the object.
+  EXPECT_EQ(::FindWindowW(L"kdZentavoSettingsDialog", nullptr), nullptr);
+}
+
 }  // namespace
 }  // namespace kdzv::host
