@@ -25,8 +25,6 @@ void ObjectDestroyed() {
   if (::InterlockedDecrement(&g_objects) == 0) g_owner_thread = 0;
 }
 
-long LiveObjects() { return g_objects; }
-
 void LockServer(bool lock) {
   if (lock) {
     ::InterlockedIncrement(&g_locks);
@@ -47,8 +45,6 @@ HRESULT EnterOwnerThread() {
   }
   return S_OK;
 }
-
-bool OnOwnerThread() { return g_owner_thread == 0 || g_owner_thread == ::GetCurrentThreadId(); }
 
 void ReleaseProcessState() {
   ReleaseTypeInformation();

@@ -21,7 +21,6 @@ void SetModuleHandle(HMODULE module);
 // One more / one less live object of the library.
 void ObjectCreated();
 void ObjectDestroyed();
-long LiveObjects();
 
 void LockServer(bool lock);
 // Whether COM may unload the library: no object alive, no lock held.
@@ -31,8 +30,6 @@ bool CanUnload();
 // RPC_E_WRONG_THREAD when they belong to another one. On first use also
 // sets up the process (message boxes, time zone, file paths).
 HRESULT EnterOwnerThread();
-// Whether the calling thread owns the library's objects.
-bool OnOwnerThread();
 
 // Releases what the library keeps for the process (type information,
 // window classes) when it is about to be unloaded.

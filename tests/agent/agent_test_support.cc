@@ -8,6 +8,8 @@
 
 #ifdef _WIN32
 #include <windows.h>
+
+#include "platform/win32/wide_text.h"
 #else
 #include <fcntl.h>
 #include <sys/file.h>
@@ -71,58 +73,44 @@ bool LockedByWriter(const std::string& path) {
 }
 
 #ifdef _WIN32
-namespace {
-constexpr wchar_t kSettingsKey[] = L"Software\\HAL+VEX\\Halvex\\Zentavo";
-}  // namespace
-
-struct FreshUserSettings::Saved {
-  struct Value {
-    std::wstring name;
-    DWORD type;
-    std::vector<BYTE> data;
-  };
-  std::vector<Value> values;
-};
-
-FreshUserSettings::FreshUserSettings() : saved_(new Saved) {
-  HKEY key = nullptr;
-  if (::RegOpenKeyExW(HKEY_CURRENT_USER, kSettingsKey, 0, KEY_READ, &key) == ERROR_SUCCESS) {
-    for (DWORD i = 0;; ++i) {
-      wchar_t name[256];
-      DWORD name_length = 256;
-      DWORD type = 0;
-      BYTE data[8192];
-      DWORD size = sizeof(data);
-      if (::RegEnumValueW(key, i, name, &name_length, nullptr, &type, data, &size) !=
-          ERROR_SUCCESS) {
-        break;
-      }
-      saved_->values.push_back(
-          {std::wstring(name, name_length), type, std::vector<BYTE>(data, data + size)});
-    }
-    ::RegCloseKey(key);
-  }
-  ::RegDeleteTreeW(HKEY_CURRENT_USER, kSettingsKey);
+void* StartProgram(const std::string& command_line, const std::string& output_file) {
+  SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
+  HANDLE out = ::CreateFileW(win32::Widen(output_file).c_str(), GENERIC_WRITE,
+                             FILE_SHARE_READ | FILE_SHARE_WRITE, &inherit, CREATE_ALWAYS,
+                             FILE_ATTRIBUTE_NORMAL, nullptr);
+  HANDLE in = ::CreateFileW(L"NUL", GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherit,
+                            OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  STARTUPINFOW startup{};
+  startup.cb = sizeof startup;
+  startup.dwFlags = STARTF_USESTDHANDLES;
+  startup.hStdInput = in;
+  startup.hStdOutput = out;
+  startup.hStdError = out;
+  PROCESS_INFORMATION started{};
+  std::wstring command = win32::Widen(command_line);
+  const BOOL created = ::CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0,
+                                        nullptr, nullptr, &startup, &started);
+  if (in != INVALID_HANDLE_VALUE) ::CloseHandle(in);
+  if (out != INVALID_HANDLE_VALUE) ::CloseHandle(out);
+  if (!created) return nullptr;
+  ::CloseHandle(started.hThread);
+  return started.hProcess;
 }
 
-FreshUserSettings::~FreshUserSettings() {
-  ::RegDeleteTreeW(HKEY_CURRENT_USER, kSettingsKey);
-  if (!saved_->values.empty()) {
-    HKEY key = nullptr;
-    if (::RegCreateKeyExW(HKEY_CURRENT_USER, kSettingsKey, 0, nullptr, 0, KEY_WRITE, nullptr,
-                          &key, nullptr) == ERROR_SUCCESS) {
-      for (const Saved::Value& value : saved_->values) {
-        ::RegSetValueExW(key, value.name.c_str(), 0, value.type, value.data.data(),
-                         static_cast<DWORD>(value.data.size()));
-      }
-      ::RegCloseKey(key);
-    }
+int ExitStatusAfter(void* process, unsigned long wait_ms) {
+  if (process == nullptr) return -2;
+  int status = -1;
+  if (::WaitForSingleObject(process, wait_ms) == WAIT_OBJECT_0) {
+    DWORD code = 0;
+    ::GetExitCodeProcess(process, &code);
+    status = static_cast<int>(code);
+  } else {
+    ::TerminateProcess(process, 1);
+    ::WaitForSingleObject(process, INFINITE);
   }
-  delete saved_;
+  ::CloseHandle(process);
+  return status;
 }
-#else
-FreshUserSettings::FreshUserSettings() = default;
-FreshUserSettings::~FreshUserSettings() = default;
 #endif
 
 }  // namespace kdzv::test

@@ -22,22 +22,15 @@ bool WaitForNoFile(const std::string& path, int timeout_ms = 5000);
 // opened at all.
 bool LockedByWriter(const std::string& path);
 
-// For the length of a test, the user's settings are those of a fresh user
-// (nothing stored), as the Linux tests have them through their own
-// settings folder. On Windows zvsync reads the registry of the user, which
-// other tests (and a developer) may have changed: the key is saved, emptied
-// and put back afterwards. On Linux it does nothing.
-class FreshUserSettings {
- public:
-  FreshUserSettings();
-  ~FreshUserSettings();
-  FreshUserSettings(const FreshUserSettings&) = delete;
-  FreshUserSettings& operator=(const FreshUserSettings&) = delete;
-
- private:
-  struct Saved;
-  Saved* saved_ = nullptr;
-};
+#ifdef _WIN32
+// Starts `command_line` (UTF-8) with its input from NUL and its output and
+// error into `output_file`; the process handle, or null.
+void* StartProgram(const std::string& command_line, const std::string& output_file);
+// The exit status of `process` once it has ended within `wait_ms`; one still
+// running then is ended and gives -1; a null process gives -2. Closes the
+// handle.
+int ExitStatusAfter(void* process, unsigned long wait_ms);
+#endif
 
 }  // namespace kdzv::test
 

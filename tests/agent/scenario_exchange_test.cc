@@ -20,9 +20,11 @@
 #include <vector>
 
 #include "agent/agent_test_support.h"
+#include "support/fresh_user_settings.h"
 #include "agent/bundled_scenarios.h"
 #include "support/fakes.h"
 #include "support/golden.h"
+#include "support/log_texts.h"
 #include "util/windows_1252.h"
 
 #ifdef _WIN32
@@ -67,83 +69,6 @@ const Exchange kExchanges[] = {
 // Names the exchange in test output.
 void PrintTo(const Exchange& exchange, std::ostream* out) { *out << exchange.scenario; }
 
-// The log's text column (everything after the second TAB of each line), with
-// the test folder written as "{dir}" and a block of lines that repeats itself
-// at once (a file offered again while the agent still holds it) kept once,
-// so that the text does not depend on how many ticks a held file took.
-std::string LogTexts(const std::string& log, const std::string& dir) {
-  std::vector<std::string> lines;
-  size_t start = 0;
-  while (start < log.size()) {
-    size_t end = log.find("\r\n", start);
-    if (end == std::string::npos) end = log.size();
-    std::string line = log.substr(start, end - start);
-    start = end + 2;
-    const size_t first_tab = line.find('\t');
-    const size_t second_tab =
-        first_tab == std::string::npos ? std::string::npos : line.find('\t', first_tab + 1);
-    // The access check's line has no date and time columns.
-    if (second_tab != std::string::npos) line = line.substr(second_tab + 1);
-    for (size_t at = line.find(dir); at != std::string::npos; at = line.find(dir, at)) {
-      line.replace(at, dir.size(), "{dir}");
-#ifdef _WIN32
-      // The rest of the path with the separators of the goldens.
-      for (size_t c = at + 5; c < line.size() && line[c] != ' '; ++c) {
-        if (line[c] == '\\') line[c] = '/';
-      }
-#endif
-    }
-    lines.push_back(line);
-  }
-  std::vector<std::string> kept;
-  for (const std::string& line : lines) {
-    kept.push_back(line);
-    for (size_t block = 1; block <= 4 && 2 * block <= kept.size(); ++block) {
-      if (std::equal(kept.end() - static_cast<std::ptrdiff_t>(block), kept.end(),
-                     kept.end() - static_cast<std::ptrdiff_t>(2 * block))) {
-        kept.resize(kept.size() - block);
-        break;
-      }
-    }
-  }
-  std::string text;
-  for (const std::string& line : kept) text += line + "\n";
-  return text;
-}
-
-#ifdef _WIN32
-// `text` with every date of the form 1.2.2024, 01.02.2024 or 2/1/2024
-// written as "{date}".
-std::string WithoutDates(const std::string& text) {
-  const auto digits = [&](size_t at, size_t least, size_t most) {
-    size_t n = 0;
-    while (at + n < text.size() && n < most && text[at + n] >= '0' && text[at + n] <= '9') ++n;
-    return n >= least ? n : 0;
-  };
-  std::string out;
-  for (size_t i = 0; i < text.size();) {
-    const size_t day = digits(i, 1, 2);
-    if (day > 0 && (i == 0 || text[i - 1] < '0' || text[i - 1] > '9')) {
-      const size_t first = i + day;
-      if (first < text.size() && (text[first] == '.' || text[first] == '/')) {
-        const char separator = text[first];
-        const size_t month = digits(first + 1, 1, 2);
-        const size_t second = first + 1 + month;
-        if (month > 0 && second < text.size() && text[second] == separator &&
-            digits(second + 1, 4, 4) == 4) {
-          out += "{date}";
-          i = second + 5;
-          continue;
-        }
-      }
-    }
-    out.push_back(text[i]);
-    ++i;
-  }
-  return out;
-}
-#endif
-
 // What a program printed, with its lines ending in a line feed alone (a
 // Windows program's standard output ends them with CR LF).
 std::string ProgramOutput(const std::string& path) {
@@ -175,49 +100,6 @@ std::string WindowsPath(std::string path) {
   return path;
 }
 
-// Starts `command_line` with its input from NUL and its output and error
-// into `output_file`; the process handle, or null.
-HANDLE StartProgram(const std::string& command_line, const std::string& output_file) {
-  SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
-  HANDLE out = ::CreateFileW(win32::Widen(output_file).c_str(), GENERIC_WRITE,
-                             FILE_SHARE_READ | FILE_SHARE_WRITE, &inherit, CREATE_ALWAYS,
-                             FILE_ATTRIBUTE_NORMAL, nullptr);
-  HANDLE in = ::CreateFileW(L"NUL", GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherit,
-                            OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-  STARTUPINFOW startup{};
-  startup.cb = sizeof startup;
-  startup.dwFlags = STARTF_USESTDHANDLES;
-  startup.hStdInput = in;
-  startup.hStdOutput = out;
-  startup.hStdError = out;
-  PROCESS_INFORMATION started{};
-  std::wstring command = win32::Widen(command_line);
-  const BOOL created = ::CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0,
-                                        nullptr, nullptr, &startup, &started);
-  if (in != INVALID_HANDLE_VALUE) ::CloseHandle(in);
-  if (out != INVALID_HANDLE_VALUE) ::CloseHandle(out);
-  if (!created) return nullptr;
-  ::CloseHandle(started.hThread);
-  return started.hProcess;
-}
-
-// The exit status of `process` once it has ended within `wait_ms`; a
-// process still running then is ended and gives -1.
-int ExitStatusAfter(HANDLE process, DWORD wait_ms) {
-  if (process == nullptr) return -2;
-  int status = -1;
-  if (::WaitForSingleObject(process, wait_ms) == WAIT_OBJECT_0) {
-    DWORD code = 0;
-    ::GetExitCodeProcess(process, &code);
-    status = static_cast<int>(code);
-  } else {
-    ::TerminateProcess(process, 1);
-    ::WaitForSingleObject(process, INFINITE);
-  }
-  ::CloseHandle(process);
-  return status;
-}
-
 // Runs zvsync in the background and the agent in the foreground, as the
 // Linux script does; writes both statuses and outputs into `x`.
 void RunSideBySide(const Exchange& exchange, const test::TempDir& x) {
@@ -230,17 +112,17 @@ void RunSideBySide(const Exchange& exchange, const test::TempDir& x) {
       " --upload " + q(x.File("up")) + " --depot " + q(x.File("depot")) + " --cfg " +
       q(x.File("zv.cfg")) + " --log --log-file " + q(x.File("zv.log")) + " " +
       exchange.zvsync_options;
-  HANDLE sync = StartProgram(sync_command, x.File("sync.out"));
+  HANDLE sync = test::StartProgram(sync_command, x.File("sync.out"));
   ASSERT_NE(sync, nullptr) << sync_command;
   const std::string agent_command =
       q(WindowsPath(KDZV_ZVAGENT_PATH)) + " --upload " + q(x.File("up")) + " --download " +
       q(x.File("down")) + " --keep " + q(x.File("keep")) + " --bundled " + exchange.scenario;
-  const int agent_status = ExitStatusAfter(StartProgram(agent_command, x.File("agent.out")),
+  const int agent_status = test::ExitStatusAfter(test::StartProgram(agent_command, x.File("agent.out")),
                                            120000);
   test::WriteFileBytes(x.File("agent.status"), std::to_string(agent_status));
   // The component waits for the service without end: once the agent has
   // finished it gets 10 s to end on its own.
-  test::WriteFileBytes(x.File("sync.status"), std::to_string(ExitStatusAfter(sync, 10000)));
+  test::WriteFileBytes(x.File("sync.status"), std::to_string(test::ExitStatusAfter(sync, 10000)));
 }
 
 #else
@@ -324,11 +206,11 @@ TEST_P(ScenarioExchangeTest, AgentAndComponentAgree) {
 #ifdef _WIN32
   // On Windows the log is written in the ANSI code page, and dates in the
   // texts take the system's short date form, which the goldens cannot know.
-  const std::string texts = WithoutDates(
-      LogTexts(Windows1252ToUtf8(test::ReadFileBytes(x.File("zv.log"))), x.path()));
-  EXPECT_EQ(texts, WithoutDates(test::Golden(log_golden)));
+  const std::string texts = test::WithoutDates(
+      test::LogTexts(Windows1252ToUtf8(test::ReadFileBytes(x.File("zv.log"))), x.path()));
+  EXPECT_EQ(texts, test::WithoutDates(test::Golden(log_golden)));
 #else
-  const std::string texts = LogTexts(test::ReadFileBytes(x.File("zv.log")), x.path());
+  const std::string texts = test::LogTexts(test::ReadFileBytes(x.File("zv.log")), x.path());
   if (std::getenv("KDZV_UPDATE_GOLDENS") != nullptr) {
     test::WriteFileBytes(test::TestDataPath("golden/" + log_golden), texts);
   }

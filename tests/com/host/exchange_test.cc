@@ -16,7 +16,6 @@
 #include <fstream>
 #include <iterator>
 #include <map>
-#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -26,6 +25,7 @@
 #include "host_environment.h"
 #include "message_boxes.h"
 #include "screenshot.h"
+#include "support/log_texts.h"
 
 namespace kdzv::host {
 namespace {
@@ -79,14 +79,6 @@ std::string AnsiToUtf8(const std::string& text) {
   return Narrow(wide);
 }
 
-// Dates written in the user's short form ("7/1/2024" here, "01.07.2024" on
-// Linux) as "{date}": the form is the system's, the date is checked by the
-// messages.
-std::string WithoutShortDates(const std::string& text) {
-  static const std::regex kShortDate(R"(\b\d{1,2}[./-]\d{1,2}[./-]\d{4}\b)");
-  return std::regex_replace(text, kShortDate, "{date}");
-}
-
 std::string ReadBytes(const std::wstring& path) {
   std::ifstream in(path.c_str(), std::ios::binary);
   return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
@@ -126,48 +118,6 @@ void RemoveTree(const std::wstring& folder) {
   ::RemoveDirectoryW(folder.c_str());
 }
 
-// The log's text columns (after the second TAB), the exchange's folder
-// written as "{dir}" and its subfolders with "/", as the Linux goldens
-// have them; a block of lines repeated at once (a held file offered again)
-// is kept once.
-std::string LogTexts(const std::string& log, const std::string& dir) {
-  std::vector<std::string> lines;
-  size_t start = 0;
-  while (start < log.size()) {
-    size_t end = log.find("\r\n", start);
-    if (end == std::string::npos) end = log.size();
-    std::string line = log.substr(start, end - start);
-    start = end + 2;
-    const size_t first_tab = line.find('\t');
-    const size_t second_tab =
-        first_tab == std::string::npos ? std::string::npos : line.find('\t', first_tab + 1);
-    if (second_tab != std::string::npos) line = line.substr(second_tab + 1);
-    for (size_t at = line.find(dir); at != std::string::npos; at = line.find(dir, at)) {
-      size_t stop = at + dir.size();
-      while (stop < line.size() && line[stop] != ' ' && line[stop] != '\t' && line[stop] != ')') {
-        if (line[stop] == '\\') line[stop] = '/';
-        ++stop;
-      }
-      line.replace(at, dir.size(), "{dir}");
-    }
-    lines.push_back(line);
-  }
-  std::vector<std::string> kept;
-  for (const std::string& line : lines) {
-    kept.push_back(line);
-    for (size_t block = 1; block <= 4 && 2 * block <= kept.size(); ++block) {
-      if (std::equal(kept.end() - static_cast<std::ptrdiff_t>(block), kept.end(),
-                     kept.end() - static_cast<std::ptrdiff_t>(2 * block))) {
-        kept.resize(kept.size() - block);
-        break;
-      }
-    }
-  }
-  std::string text;
-  for (const std::string& line : kept) text += line + "\n";
-  return text;
-}
-
 std::wstring DataPath(const std::string& relative) {
   return WindowsPath((std::string(KDZV_TEST_DATA_DIR) + "/" + relative).c_str());
 }
@@ -197,21 +147,16 @@ class LibraryCopy {
   }
   const Obj& object() const { return object_; }
 
-  // Lets go of the object and asks the library, as COM does before it
-  // unloads one, whether it may go: S_OK when nothing of it is alive.
-  HRESULT Release() {
-    object_ = Obj();
-    using CanUnloadNow = HRESULT(STDAPICALLTYPE*)();
-    auto can_unload = reinterpret_cast<CanUnloadNow>(
+  // The library's answer to DllCanUnloadNow, which COM asks before it
+  // unloads one: S_OK when nothing of it is alive.
+  HRESULT CanUnloadNow() const {
+    using CanUnload = HRESULT(STDAPICALLTYPE*)();
+    auto can_unload = reinterpret_cast<CanUnload>(
         reinterpret_cast<void*>(::GetProcAddress(module_, "DllCanUnloadNow")));
     return can_unload == nullptr ? E_FAIL : can_unload();
   }
-  HRESULT CanUnloadWhileHeld() const {
-    using CanUnloadNow = HRESULT(STDAPICALLTYPE*)();
-    auto can_unload = reinterpret_cast<CanUnloadNow>(
-        reinterpret_cast<void*>(::GetProcAddress(module_, "DllCanUnloadNow")));
-    return can_unload == nullptr ? E_FAIL : can_unload();
-  }
+  // Lets go of the object, as the host's last reference does.
+  void Release() { object_ = Obj(); }
 
  private:
   HMODULE module_ = nullptr;
@@ -238,7 +183,7 @@ TEST_P(ComExchange, AgentAndLibraryAgree) {
     const Obj& zv = copy.object();
     ASSERT_TRUE(zv);
     // A library with a live object stays loaded.
-    EXPECT_EQ(copy.CanUnloadWhileHeld(), S_FALSE);
+    EXPECT_EQ(copy.CanUnloadNow(), S_FALSE);
     {
       const Obj settings = zv.GetObj(L"Settings");
       ASSERT_TRUE(settings);
@@ -383,7 +328,8 @@ TEST_P(ComExchange, AgentAndLibraryAgree) {
     }
     sink->Release();
     // Every object of the exchange is gone with the host's last reference.
-    EXPECT_EQ(copy.Release(), S_OK);
+    copy.Release();
+    EXPECT_EQ(copy.CanUnloadNow(), S_OK);
   }
 
   // The library's messages, as the agent kept them.
@@ -403,9 +349,9 @@ TEST_P(ComExchange, AgentAndLibraryAgree) {
   // Every text of the log, as the Linux exchange logged it.
   // The log is in the ANSI code page of Windows.
   const std::string texts =
-      LogTexts(AnsiToUtf8(ReadBytes(dir + L"\\kdZentavo.log")), Narrow(dir));
-  EXPECT_EQ(WithoutShortDates(texts),
-            WithoutShortDates(ReadBytes(DataPath(std::string("golden/exchange-log/") +
+      test::LogTexts(AnsiToUtf8(ReadBytes(dir + L"\\kdZentavo.log")), Narrow(dir));
+  EXPECT_EQ(test::WithoutDates(texts),
+            test::WithoutDates(ReadBytes(DataPath(std::string("golden/exchange-log/") +
                                                  exchange.scenario + ".txt"))));
 }
 

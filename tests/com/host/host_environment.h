@@ -7,7 +7,6 @@
 #include <windows.h>
 
 #include <string>
-#include <vector>
 
 namespace kdzv::host {
 
@@ -22,15 +21,6 @@ int RunProgram(const std::wstring& command_line, DWORD timeout_ms = 60000);
 // regsvr32 /s (and /u) on the library; the exit code.
 int Register();
 int Unregister();
-
-// The values of the user's settings key, to be put back after the tests.
-struct SavedValue {
-  std::wstring name;
-  DWORD type;
-  std::vector<BYTE> data;
-};
-std::vector<SavedValue> SaveSettings();
-void RestoreSettings(const std::vector<SavedValue>& saved);
 
 // Pumps the thread's messages for about `milliseconds`.
 void PumpFor(DWORD milliseconds);

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "host_environment.h"
+#include "support/fresh_user_settings.h"
 
 namespace kdzv::host {
 
@@ -51,47 +52,6 @@ int RunProgram(const std::wstring& command_line, DWORD timeout_ms) {
 int Register() { return RunProgram(L"regsvr32.exe /s \"" + LibraryPath() + L"\""); }
 int Unregister() { return RunProgram(L"regsvr32.exe /s /u \"" + LibraryPath() + L"\""); }
 
-namespace {
-constexpr wchar_t kSettingsKey[] = L"Software\\HAL+VEX\\Halvex\\Zentavo";
-}  // namespace
-
-std::vector<SavedValue> SaveSettings() {
-  std::vector<SavedValue> saved;
-  HKEY key = nullptr;
-  if (::RegOpenKeyExW(HKEY_CURRENT_USER, kSettingsKey, 0, KEY_READ, &key) != ERROR_SUCCESS) {
-    return saved;
-  }
-  for (DWORD i = 0;; ++i) {
-    wchar_t name[256];
-    DWORD name_length = 256;
-    DWORD type = 0;
-    BYTE data[8192];
-    DWORD size = sizeof(data);
-    if (::RegEnumValueW(key, i, name, &name_length, nullptr, &type, data, &size) !=
-        ERROR_SUCCESS) {
-      break;
-    }
-    saved.push_back({std::wstring(name, name_length), type, std::vector<BYTE>(data, data + size)});
-  }
-  ::RegCloseKey(key);
-  return saved;
-}
-
-void RestoreSettings(const std::vector<SavedValue>& saved) {
-  ::RegDeleteTreeW(HKEY_CURRENT_USER, kSettingsKey);
-  if (saved.empty()) return;
-  HKEY key = nullptr;
-  if (::RegCreateKeyExW(HKEY_CURRENT_USER, kSettingsKey, 0, nullptr, 0, KEY_WRITE, nullptr, &key,
-                        nullptr) != ERROR_SUCCESS) {
-    return;
-  }
-  for (const SavedValue& value : saved) {
-    ::RegSetValueExW(key, value.name.c_str(), 0, value.type, value.data.data(),
-                     static_cast<DWORD>(value.data.size()));
-  }
-  ::RegCloseKey(key);
-}
-
 void PumpFor(DWORD milliseconds) {
   const DWORD start = ::GetTickCount();
   while (::GetTickCount() - start < milliseconds) {
@@ -121,16 +81,19 @@ int main(int argc, char** argv) {
     return code == 0 ? 0 : 1;
   }
   ::testing::InitGoogleTest(&argc, argv);
-  // The settings the library writes are the user's, which zvsync (tested
-  // beside us) reads too: they are put back as they were when the tests
-  // end. (The tests that use them hold one CTest resource lock.)
-  const std::vector<kdzv::host::SavedValue> saved = kdzv::host::SaveSettings();
   if (FAILED(::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED))) {
     std::fprintf(stderr, "COM could not be initialised\n");
     return 2;
   }
-  const int result = RUN_ALL_TESTS();
+  int result = 0;
+  {
+    // The settings the library writes are the user's, which zvsync (tested
+    // beside us) reads too: the tests start from a fresh user's and put back
+    // what was there when they end. (The tests that use them hold one CTest
+    // resource lock.)
+    kdzv::test::FreshUserSettings fresh_user;
+    result = RUN_ALL_TESTS();
+  }
   ::CoUninitialize();
-  kdzv::host::RestoreSettings(saved);
   return result;
 }

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "agent/agent_test_support.h"
+#include "support/fresh_user_settings.h"
 #include "platform/win32/wide_text.h"
 #include "support/fakes.h"
 
@@ -115,48 +116,6 @@ TEST(ZvsyncProcess, DemoRefusesAFolderThatIsNotEmpty) {
   EXPECT_EQ(Plain(demo.out), "zvsync: demo: the folder is not empty: " + home.path() + "\n");
 }
 
-// Starts `command_line` with its input from NUL and its output and error
-// into `output_file`; the process handle, or null.
-HANDLE StartProgram(const std::string& command_line, const std::string& output_file) {
-  SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
-  HANDLE out = ::CreateFileW(win32::Widen(output_file).c_str(), GENERIC_WRITE,
-                             FILE_SHARE_READ | FILE_SHARE_WRITE, &inherit, CREATE_ALWAYS,
-                             FILE_ATTRIBUTE_NORMAL, nullptr);
-  HANDLE in = ::CreateFileW(L"NUL", GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherit,
-                            OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-  STARTUPINFOW startup{};
-  startup.cb = sizeof startup;
-  startup.dwFlags = STARTF_USESTDHANDLES;
-  startup.hStdInput = in;
-  startup.hStdOutput = out;
-  startup.hStdError = out;
-  PROCESS_INFORMATION started{};
-  std::wstring command = win32::Widen(command_line);
-  const BOOL created = ::CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0,
-                                        nullptr, nullptr, &startup, &started);
-  if (in != INVALID_HANDLE_VALUE) ::CloseHandle(in);
-  if (out != INVALID_HANDLE_VALUE) ::CloseHandle(out);
-  if (!created) return nullptr;
-  ::CloseHandle(started.hThread);
-  return started.hProcess;
-}
-
-// The exit status of `process` once it has ended within `wait_ms`; one
-// still running then is ended and gives -1.
-int ExitStatusAfter(HANDLE process, DWORD wait_ms) {
-  if (process == nullptr) return -2;
-  int status = -1;
-  if (::WaitForSingleObject(process, wait_ms) == WAIT_OBJECT_0) {
-    DWORD code = 0;
-    ::GetExitCodeProcess(process, &code);
-    status = static_cast<int>(code);
-  } else {
-    ::TerminateProcess(process, 1);
-    ::WaitForSingleObject(process, INFINITE);
-  }
-  ::CloseHandle(process);
-  return status;
-}
 
 TEST(ZvsyncProcess, SyncWithAProgramAsTheHostAgainstTheAgent) {
   test::FreshUserSettings fresh_user;
@@ -173,14 +132,14 @@ TEST(ZvsyncProcess, SyncWithAProgramAsTheHostAgainstTheAgent) {
       q(ProgramPath()) + " sync --download " + q(x.File("down")) + " --upload " +
       q(x.File("up")) + " --depot " + q(x.File("depot")) + " --cfg " + q(x.File("zv.cfg")) +
       " --log --log-file " + q(x.File("zv.log")) + " --host " + host + " --host-timeout 20";
-  HANDLE sync = StartProgram(sync_command, x.File("sync.out"));
+  HANDLE sync = test::StartProgram(sync_command, x.File("sync.out"));
   ASSERT_NE(sync, nullptr) << sync_command;
   const std::string agent_command =
       q(WindowsPath(KDZV_ZVAGENT_PATH)) + " --upload " + q(x.File("up")) + " --download " +
       q(x.File("down")) + " --keep " + q(x.File("keep")) + " --bundled first-booking";
   const int agent_status =
-      ExitStatusAfter(StartProgram(agent_command, x.File("agent.out")), 120000);
-  const int sync_status = ExitStatusAfter(sync, 10000);
+      test::ExitStatusAfter(test::StartProgram(agent_command, x.File("agent.out")), 120000);
+  const int sync_status = test::ExitStatusAfter(sync, 10000);
   const std::string agent = Plain(test::ReadFileBytes(x.File("agent.out")));
   const std::string out = Plain(test::ReadFileBytes(x.File("sync.out")));
   // The agent played its whole part. (Its checks of the maps fail: this
