@@ -11,6 +11,7 @@
 
 #include "com/com_module.h"
 #include "com/type_library.h"
+#include "platform/win32/com_ptr.h"
 
 namespace kdzv::com {
 
@@ -31,14 +32,11 @@ class CoreAccess : public IUnknown {
 template <class T>
 T* OwnObject(IUnknown* unknown) {
   if (unknown == nullptr) return nullptr;
-  CoreAccess* access = nullptr;
-  if (FAILED(unknown->QueryInterface(IID_CoreAccess, reinterpret_cast<void**>(&access))) ||
-      access == nullptr) {
+  win32::ComPtr<CoreAccess> access;
+  if (FAILED(unknown->QueryInterface(IID_CoreAccess, access.PutVoid())) || !access) {
     return nullptr;
   }
-  T* object = dynamic_cast<T*>(access);
-  access->Release();
-  return object;
+  return dynamic_cast<T*>(access.get());
 }
 
 template <class Itf>
@@ -79,8 +77,7 @@ class AutomationObject : public Itf, public ISupportErrorInfo, public CoreAccess
     HRESULT hr = S_OK;
     ITypeInfo* own = TypeInfoOf(__uuidof(Itf), &hr);
     if (own == nullptr) return hr;
-    own->AddRef();
-    *info = own;
+    win32::ComPtr<ITypeInfo>::Retain(own).CopyTo(info);
     return S_OK;
   }
   HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID riid, LPOLESTR* names, UINT count, LCID,

@@ -57,10 +57,16 @@ std::optional<std::string> OptionalKeyOf(const VARIANT& value) {
   return key;
 }
 
-HRESULT CollectionError(const ErrorInfo& error) {
+HRESULT CollectionError(const ErrorInfo& error) noexcept {
   win32::ComPtr<ICreateErrorInfo> create;
   if (SUCCEEDED(::CreateErrorInfo(create.Put()))) {
-    const std::wstring description = win32::Widen(error.description);
+    // Without memory for its text the error object goes without one; the
+    // number still reaches the caller.
+    std::wstring description;
+    try {
+      description = win32::Widen(error.description);
+    } catch (...) {
+    }
     create->SetDescription(const_cast<LPOLESTR>(description.c_str()));
     create->SetSource(const_cast<LPOLESTR>(L"kdZentavo"));
     win32::ComPtr<IErrorInfo> info;

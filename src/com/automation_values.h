@@ -40,7 +40,7 @@ std::optional<std::string> OptionalKeyOf(const VARIANT& value);
 
 // Sets the error object for one of the keyed list's errors (5, 9, 457) and
 // answers its HRESULT (the classic 0x800A0000 + number).
-HRESULT CollectionError(const ErrorInfo& error);
+HRESULT CollectionError(const ErrorInfo& error) noexcept;
 
 // Runs `body` (which answers an HRESULT). A failure of the core is handed
 // to the error report under `module` and `procedure` and does not reach the

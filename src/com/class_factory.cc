@@ -10,6 +10,7 @@
 #include "com/record_objects.h"
 #include "com/settings_object.h"
 #include "platform/platform.h"
+#include "platform/win32/com_ptr.h"
 
 namespace kdzv::com {
 namespace {
@@ -17,9 +18,8 @@ namespace {
 // Hands interface `riid` of a freshly made object (holding one reference)
 // to the caller and drops the maker's reference.
 HRESULT Hand(IUnknown* made, REFIID riid, void** out) {
-  const HRESULT hr = made->QueryInterface(riid, out);
-  made->Release();
-  return hr;
+  const win32::ComPtr<IUnknown> held = win32::ComPtr<IUnknown>::Adopt(made);
+  return held->QueryInterface(riid, out);
 }
 
 template <class Wrapper, class Core>
@@ -90,10 +90,12 @@ HRESULT ClassFactory::CreateInstance(IUnknown* outer, REFIID riid, void** out) {
   if (out == nullptr) return E_POINTER;
   *out = nullptr;
   if (outer != nullptr) return CLASS_E_NOAGGREGATION;
-  const HRESULT entered = EnterOwnerThread();
-  if (FAILED(entered)) return entered;
+  const OwnerThreadEntry entry;
+  if (FAILED(entry.result())) return entry.result();
   try {
     return create_(riid, out);
+  } catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
   } catch (...) {
     return E_UNEXPECTED;
   }

@@ -7,103 +7,35 @@
 
 namespace kdzv::com {
 
-ElementEnumerator::ElementEnumerator(std::vector<IDispatch*> elements)
-    : elements_(std::move(elements)) {
-  ObjectCreated();
-}
-
-ElementEnumerator::~ElementEnumerator() {
-  for (IDispatch* element : elements_) element->Release();
-  ObjectDestroyed();
-}
-
-HRESULT ElementEnumerator::QueryInterface(REFIID riid, void** out) {
-  if (out == nullptr) return E_POINTER;
-  *out = nullptr;
-  if (riid != IID_IUnknown && riid != IID_IEnumVARIANT) return E_NOINTERFACE;
-  *out = static_cast<IEnumVARIANT*>(this);
-  AddRef();
-  return S_OK;
-}
-
-ULONG ElementEnumerator::AddRef() { return static_cast<ULONG>(::InterlockedIncrement(&references_)); }
-
-ULONG ElementEnumerator::Release() {
-  const LONG left = ::InterlockedDecrement(&references_);
-  if (left == 0) delete this;
-  return static_cast<ULONG>(left);
-}
-
-HRESULT ElementEnumerator::Next(ULONG count, VARIANT* items, ULONG* fetched) {
-  if (items == nullptr) return E_POINTER;
-  if (fetched == nullptr && count > 1) return E_INVALIDARG;
-  ULONG given = 0;
-  while (given < count && next_ < elements_.size()) {
-    ::VariantInit(&items[given]);
-    V_VT(&items[given]) = VT_DISPATCH;
-    V_DISPATCH(&items[given]) = elements_[next_];
-    elements_[next_]->AddRef();
-    ++given;
-    ++next_;
-  }
-  if (fetched != nullptr) *fetched = given;
-  return given == count ? S_OK : S_FALSE;
-}
-
-HRESULT ElementEnumerator::Skip(ULONG count) {
-  const size_t left = elements_.size() - next_;
-  next_ += count < left ? count : left;
-  return count <= left ? S_OK : S_FALSE;
-}
-
-HRESULT ElementEnumerator::Reset() {
-  next_ = 0;
-  return S_OK;
-}
-
-HRESULT ElementEnumerator::Clone(IEnumVARIANT** copy) {
-  if (copy == nullptr) return E_POINTER;
-  *copy = nullptr;
-  try {
-    for (IDispatch* element : elements_) element->AddRef();
-    auto* made = new (std::nothrow) ElementEnumerator(elements_);
-    if (made == nullptr) {
-      for (IDispatch* element : elements_) element->Release();
-      return E_OUTOFMEMORY;
-    }
-    made->next_ = next_;
-    *copy = made;
-    return S_OK;
-  } catch (...) {
-    return E_OUTOFMEMORY;
-  }
+void GiveElement(const win32::ComPtr<IDispatch>& element, VARIANT& item) {
+  ::VariantInit(&item);
+  V_VT(&item) = VT_DISPATCH;
+  element.CopyTo(&V_DISPATCH(&item));
 }
 
 namespace {
 
 // An enumerator over the automation objects of `collection`'s elements.
 template <class ElementObject, class Collection>
-HRESULT EnumerateElements(const Collection& collection, IUnknown** enumerator) {
+HRESULT EnumerateElements(const Collection& collection, IUnknown** enumerator) noexcept {
   if (enumerator == nullptr) return E_POINTER;
   *enumerator = nullptr;
-  std::vector<IDispatch*> elements;
-  elements.reserve(static_cast<size_t>(collection.Count()));
-  HRESULT hr = S_OK;
-  for (const auto& element : collection) {
-    typename ElementObject::Interface* object = nullptr;
-    hr = ElementObject::Wrap(element, &object);
-    if (FAILED(hr)) break;
-    elements.push_back(object);
-  }
-  if (SUCCEEDED(hr)) {
-    auto* made = new (std::nothrow) ElementEnumerator(std::move(elements));
-    if (made != nullptr) {
-      *enumerator = made;
-      return S_OK;
+  ElementEnumerator::Elements elements;
+  try {
+    elements.reserve(static_cast<size_t>(collection.Count()));
+    for (const auto& element : collection) {
+      typename ElementObject::Interface* object = nullptr;
+      const HRESULT hr = ElementObject::Wrap(element, &object);
+      if (FAILED(hr)) return hr;
+      // Room was reserved: adding cannot fail.
+      elements.push_back(win32::ComPtr<IDispatch>::Adopt(object));
     }
-    hr = E_OUTOFMEMORY;
+  } catch (...) {
+    return E_OUTOFMEMORY;
   }
-  for (IDispatch* element : elements) element->Release();
+  IEnumVARIANT* made = nullptr;
+  const HRESULT hr = ElementEnumerator::Make(std::move(elements), &made);
+  *enumerator = made;
   return hr;
 }
 

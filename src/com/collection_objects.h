@@ -11,6 +11,7 @@
 #include "com/automation_values.h"
 #include "com/core_wrapper.h"
 #include "com/kdZentavo_h.h"
+#include "com/snapshot_enumerator.h"
 #include "interface/records.h"
 #include "platform/win32/com_ptr.h"
 
@@ -18,24 +19,9 @@ namespace kdzv::com {
 
 // Walks a snapshot of a collection's elements, taken when NewEnum was
 // called, as VT_DISPATCH variants.
-class ElementEnumerator final : public IEnumVARIANT {
- public:
-  explicit ElementEnumerator(std::vector<IDispatch*> elements);  // takes the references
-  ~ElementEnumerator();
-
-  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** out) override;
-  ULONG STDMETHODCALLTYPE AddRef() override;
-  ULONG STDMETHODCALLTYPE Release() override;
-  HRESULT STDMETHODCALLTYPE Next(ULONG count, VARIANT* items, ULONG* fetched) override;
-  HRESULT STDMETHODCALLTYPE Skip(ULONG count) override;
-  HRESULT STDMETHODCALLTYPE Reset() override;
-  HRESULT STDMETHODCALLTYPE Clone(IEnumVARIANT** copy) override;
-
- private:
-  LONG references_ = 1;
-  std::vector<IDispatch*> elements_;
-  size_t next_ = 0;
-};
+void GiveElement(const win32::ComPtr<IDispatch>& element, VARIANT& item);
+using ElementEnumerator =
+    SnapshotEnumerator<IEnumVARIANT, VARIANT, win32::ComPtr<IDispatch>, GiveElement>;
 
 class BelegungsZeitenObject
     : public CoreWrapper<BelegungsZeitenObject, _kdZVBelegungsZeiten, kdZVBelegungsZeiten> {

@@ -11,18 +11,40 @@ namespace {
 HMODULE g_module = nullptr;
 long g_objects = 0;
 long g_locks = 0;
+// Guards the owner thread, the creations under way and the objects' count
+// together (a plain lock that needs no setting up).
+SRWLOCK g_owner_lock = SRWLOCK_INIT;
 DWORD g_owner_thread = 0;
+long g_creations = 0;  // creations under way on the owner thread
 bool g_process_ready = false;
+
+class OwnerLock {
+ public:
+  OwnerLock() { ::AcquireSRWLockExclusive(&g_owner_lock); }
+  ~OwnerLock() { ::ReleaseSRWLockExclusive(&g_owner_lock); }
+  OwnerLock(const OwnerLock&) = delete;
+  OwnerLock& operator=(const OwnerLock&) = delete;
+};
+
+// The objects belong to nobody once none lives and none is being made.
+void ForgetOwnerIfUnused() {
+  if (g_objects == 0 && g_creations == 0) g_owner_thread = 0;
+}
 
 }  // namespace
 
 HMODULE ModuleHandle() { return g_module; }
 void SetModuleHandle(HMODULE module) { g_module = module; }
 
-void ObjectCreated() { ::InterlockedIncrement(&g_objects); }
+void ObjectCreated() {
+  OwnerLock lock;
+  ++g_objects;
+}
 
 void ObjectDestroyed() {
-  if (::InterlockedDecrement(&g_objects) == 0) g_owner_thread = 0;
+  OwnerLock lock;
+  --g_objects;
+  ForgetOwnerIfUnused();
 }
 
 void LockServer(bool lock) {
@@ -35,15 +57,31 @@ void LockServer(bool lock) {
 
 bool CanUnload() { return g_objects == 0 && g_locks == 0; }
 
-HRESULT EnterOwnerThread() {
+OwnerThreadEntry::OwnerThreadEntry() : result_(S_OK) {
   const DWORD self = ::GetCurrentThreadId();
-  if (g_objects > 0 && g_owner_thread != 0 && g_owner_thread != self) return RPC_E_WRONG_THREAD;
-  g_owner_thread = self;
+  OwnerLock lock;
+  if (g_owner_thread != 0 && g_owner_thread != self) {
+    result_ = RPC_E_WRONG_THREAD;
+    return;
+  }
   if (!g_process_ready) {
-    InitializeProcess();
+    try {
+      InitializeProcess();
+    } catch (...) {
+      result_ = E_OUTOFMEMORY;
+      return;
+    }
     g_process_ready = true;
   }
-  return S_OK;
+  g_owner_thread = self;
+  ++g_creations;
+}
+
+OwnerThreadEntry::~OwnerThreadEntry() {
+  if (FAILED(result_)) return;
+  OwnerLock lock;
+  --g_creations;
+  ForgetOwnerIfUnused();
 }
 
 void ReleaseProcessState() {

@@ -26,10 +26,24 @@ void LockServer(bool lock);
 // Whether COM may unload the library: no object alive, no lock held.
 bool CanUnload();
 
-// Binds the library's objects to the calling thread, or answers
-// RPC_E_WRONG_THREAD when they belong to another one. On first use also
-// sets up the process (message boxes, time zone, file paths).
-HRESULT EnterOwnerThread();
+// A creation of one of the library's objects on the calling thread, for
+// its length: while it lasts the objects belong to that thread, as if the
+// object were made already, so that a creation on another thread at the
+// same moment is refused. `result()` is RPC_E_WRONG_THREAD when they belong
+// to another thread, E_OUTOFMEMORY when the process could not be set up,
+// S_OK otherwise. The check, the reservation and, on first use, setting up
+// the process (message boxes, time zone, file paths) happen under one lock.
+class OwnerThreadEntry {
+ public:
+  OwnerThreadEntry();
+  ~OwnerThreadEntry();
+  OwnerThreadEntry(const OwnerThreadEntry&) = delete;
+  OwnerThreadEntry& operator=(const OwnerThreadEntry&) = delete;
+  HRESULT result() const { return result_; }
+
+ private:
+  HRESULT result_;
+};
 
 // Releases what the library keeps for the process (type information,
 // window classes) when it is about to be unloaded.

@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "com/automation_object.h"
+#include "platform/win32/com_ptr.h"
 
 namespace kdzv::com {
 
@@ -23,20 +24,19 @@ class CoreWrapper : public AutomationObject<Itf> {
 
   // The automation object for `core` into *out (AddRef'd); null for a null
   // core (the host sees Nothing).
-  static HRESULT Wrap(const std::shared_ptr<Core>& core, Itf** out) {
+  static HRESULT Wrap(const std::shared_ptr<Core>& core, Itf** out) noexcept {
     if (out == nullptr) return E_POINTER;
     *out = nullptr;
     if (!core) return S_OK;
     auto& live = Live();
     const auto found = live.find(core.get());
     if (found != live.end()) {
-      found->second->AddRef();
-      *out = found->second;
+      win32::ComPtr<Itf>::Retain(found->second).CopyTo(out);
       return S_OK;
     }
-    Derived* made = new (std::nothrow) Derived(core);
-    if (made == nullptr) return E_OUTOFMEMORY;
-    *out = made;
+    win32::ComPtr<Itf> made = win32::ComPtr<Itf>::Adopt(new (std::nothrow) Derived(core));
+    if (!made) return E_OUTOFMEMORY;
+    *out = made.Detach();
     return S_OK;
   }
 
@@ -56,16 +56,29 @@ class CoreWrapper : public AutomationObject<Itf> {
   const std::shared_ptr<Core>& core() const { return core_; }
 
  protected:
-  explicit CoreWrapper(std::shared_ptr<Core> core) : core_(std::move(core)) {
-    Live()[core_.get()] = static_cast<Derived*>(this);
+  explicit CoreWrapper(std::shared_ptr<Core> core) noexcept : core_(std::move(core)) {
+    try {
+      Live().emplace(core_.get(), static_cast<Derived*>(this));
+    } catch (...) {
+      // Not found again while it lives: the next Wrap makes a second object
+      // for the same core, which is harmless.
+    }
   }
-  ~CoreWrapper() override { Live().erase(core_.get()); }
+  ~CoreWrapper() override {
+    auto& live = Live();
+    const auto found = live.find(core_.get());
+    if (found != live.end() && found->second == static_cast<Derived*>(this)) live.erase(found);
+  }
 
   std::shared_ptr<Core> core_;
 
  private:
-  static std::unordered_map<const Core*, Derived*>& Live() {
-    static auto* live = new std::unordered_map<const Core*, Derived*>;
+  static std::unordered_map<const Core*, Derived*>& Live() noexcept {
+    // Never destroyed (objects may outlive the runtime's exit); made in
+    // place, so that asking for it cannot fail.
+    using Map = std::unordered_map<const Core*, Derived*>;
+    alignas(Map) static unsigned char storage[sizeof(Map)];
+    static Map* live = new (storage) Map;
     return *live;
   }
 };

@@ -2,7 +2,24 @@
 
 #include <olectl.h>
 
+#include <new>
+
+#include "com/snapshot_enumerator.h"
+
 namespace kdzv::com {
+namespace {
+
+// One connection as IEnumConnections hands it out: the cookie and a
+// reference of its own on the sink.
+using Connection = std::pair<DWORD, win32::ComPtr<IUnknown>>;
+void GiveConnection(const Connection& connection, CONNECTDATA& item) {
+  item.dwCookie = connection.first;
+  connection.second.CopyTo(&item.pUnk);
+}
+using ConnectionEnumerator =
+    SnapshotEnumerator<IEnumConnections, CONNECTDATA, Connection, GiveConnection>;
+
+}  // namespace
 
 EventPoint::EventPoint(IConnectionPointContainer& container, REFIID events)
     : container_(container), events_(events) {}
@@ -18,6 +35,7 @@ HRESULT EventPoint::QueryInterface(REFIID riid, void** out) {
   return S_OK;
 }
 
+// The point shares the reference count of the object that contains it.
 ULONG EventPoint::AddRef() { return container_.AddRef(); }
 ULONG EventPoint::Release() { return container_.Release(); }
 
@@ -29,8 +47,7 @@ HRESULT EventPoint::GetConnectionInterface(IID* iid) {
 
 HRESULT EventPoint::GetConnectionPointContainer(IConnectionPointContainer** out) {
   if (out == nullptr) return E_POINTER;
-  container_.AddRef();
-  *out = &container_;
+  win32::ComPtr<IConnectionPointContainer>::Retain(&container_).CopyTo(out);
   return S_OK;
 }
 
@@ -38,19 +55,15 @@ HRESULT EventPoint::Advise(IUnknown* sink, DWORD* cookie) {
   if (cookie == nullptr) return E_POINTER;
   *cookie = 0;
   if (sink == nullptr) return E_POINTER;
-  IDispatch* dispatch = nullptr;
-  if (FAILED(sink->QueryInterface(events_, reinterpret_cast<void**>(&dispatch))) ||
-      dispatch == nullptr) {
-    dispatch = nullptr;
-    if (FAILED(sink->QueryInterface(IID_IDispatch, reinterpret_cast<void**>(&dispatch))) ||
-        dispatch == nullptr) {
+  win32::ComPtr<IDispatch> dispatch;
+  if (FAILED(sink->QueryInterface(events_, dispatch.PutVoid())) || !dispatch) {
+    if (FAILED(sink->QueryInterface(IID_IDispatch, dispatch.PutVoid())) || !dispatch) {
       return CONNECT_E_CANNOTCONNECT;
     }
   }
   try {
-    sinks_.emplace_back(next_cookie_, dispatch);
+    sinks_.emplace_back(next_cookie_, std::move(dispatch));
   } catch (...) {
-    dispatch->Release();
     return E_OUTOFMEMORY;
   }
   *cookie = next_cookie_++;
@@ -60,9 +73,9 @@ HRESULT EventPoint::Advise(IUnknown* sink, DWORD* cookie) {
 HRESULT EventPoint::Unadvise(DWORD cookie) {
   for (auto it = sinks_.begin(); it != sinks_.end(); ++it) {
     if (it->first == cookie) {
-      IDispatch* sink = it->second;
+      // Released after it has left the list: its release may call back in.
+      win32::ComPtr<IDispatch> sink = std::move(it->second);
       sinks_.erase(it);
-      sink->Release();
       return S_OK;
     }
   }
@@ -72,23 +85,29 @@ HRESULT EventPoint::Unadvise(DWORD cookie) {
 HRESULT EventPoint::EnumConnections(IEnumConnections** out) {
   if (out == nullptr) return E_POINTER;
   *out = nullptr;
-  return E_NOTIMPL;
+  ConnectionEnumerator::Elements connections;
+  try {
+    connections.reserve(sinks_.size());
+    for (const auto& [cookie, sink] : sinks_) {
+      connections.emplace_back(cookie, sink.Query<IUnknown>(IID_IUnknown));
+    }
+  } catch (...) {
+    return E_OUTOFMEMORY;
+  }
+  return ConnectionEnumerator::Make(std::move(connections), out);
 }
 
-std::vector<IDispatch*> EventPoint::SinksNow() const {
-  std::vector<IDispatch*> sinks;
+EventPoint::Sinks EventPoint::SinksNow() const {
+  Sinks sinks;
   sinks.reserve(sinks_.size());
-  for (const auto& [cookie, sink] : sinks_) {
-    sink->AddRef();
-    sinks.push_back(sink);
-  }
+  for (const auto& connection : sinks_) sinks.push_back(connection.second);
   return sinks;
 }
 
 void EventPoint::DisconnectAll() {
-  std::vector<std::pair<DWORD, IDispatch*>> sinks;
+  // Released after the list is empty: a sink's release may call back in.
+  std::vector<std::pair<DWORD, win32::ComPtr<IDispatch>>> sinks;
   sinks.swap(sinks_);
-  for (auto& [cookie, sink] : sinks) sink->Release();
 }
 
 }  // namespace kdzv::com

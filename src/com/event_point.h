@@ -30,13 +30,14 @@ class EventPoint final : public IConnectionPoint {
   HRESULT STDMETHODCALLTYPE GetConnectionPointContainer(IConnectionPointContainer** out) override;
   HRESULT STDMETHODCALLTYPE Advise(IUnknown* sink, DWORD* cookie) override;
   HRESULT STDMETHODCALLTYPE Unadvise(DWORD cookie) override;
-  // Not offered: hosts connect and disconnect by cookie.
+  // The connections at this moment, each sink with its cookie.
   HRESULT STDMETHODCALLTYPE EnumConnections(IEnumConnections** out) override;
 
-  // The sinks at this moment, each AddRef'd (the caller releases them): a
-  // sink may disconnect itself, or connect another, while it handles an
-  // event.
-  std::vector<IDispatch*> SinksNow() const;
+  using Sinks = std::vector<win32::ComPtr<IDispatch>>;
+  // The sinks at this moment, each held by the answer: a sink may
+  // disconnect itself, or connect another, while it handles an event.
+  // Raises std::bad_alloc when the list cannot be made.
+  Sinks SinksNow() const;
   // Drops every sink (the interface object is going away).
   void DisconnectAll();
 
@@ -44,7 +45,7 @@ class EventPoint final : public IConnectionPoint {
   IConnectionPointContainer& container_;
   IID events_;
   DWORD next_cookie_ = 1;
-  std::vector<std::pair<DWORD, IDispatch*>> sinks_;  // each holds one reference
+  std::vector<std::pair<DWORD, win32::ComPtr<IDispatch>>> sinks_;
 };
 
 }  // namespace kdzv::com

@@ -10,10 +10,12 @@
 #include "com/collection_objects.h"
 #include "com/record_objects.h"
 #include "com/settings_object.h"
+#include "com/snapshot_enumerator.h"
 #include "exchange/log_writer.h"
 #include "interface/error_report.h"
 #include "platform/platform.h"
 #include "platform/win32/com_ptr.h"
+#include "platform/win32/com_values.h"
 #include "platform/win32/wide_text.h"
 #include "syncwindow/window_ports.h"
 
@@ -26,14 +28,19 @@ constexpr std::string_view kModule = kInterfaceModuleName;
 // object inside an event handler while the call still runs.
 class CallHold {
  public:
-  explicit CallHold(IUnknown* object) : object_(object) { object_->AddRef(); }
-  ~CallHold() { object_->Release(); }
-  CallHold(const CallHold&) = delete;
-  CallHold& operator=(const CallHold&) = delete;
+  explicit CallHold(IUnknown* object) : held_(win32::ComPtr<IUnknown>::Retain(object)) {}
 
  private:
-  IUnknown* object_;
+  win32::ComPtr<IUnknown> held_;
 };
+
+// The one connection point of the object, as IEnumConnectionPoints hands it
+// out.
+void GivePoint(const win32::ComPtr<IConnectionPoint>& point, IConnectionPoint*& item) {
+  point.CopyTo(&item);
+}
+using PointEnumerator = SnapshotEnumerator<IEnumConnectionPoints, IConnectionPoint*,
+                                           win32::ComPtr<IConnectionPoint>, GivePoint>;
 
 // The window handle of `mOwner`: a window object answers its hWnd
 // property; a number is taken as the handle itself; a missing argument,
@@ -93,9 +100,24 @@ void PutOptionalText(VARIANT* target, const std::string& text) {
   }
 }
 
+// The exception a sink's Invoke filled in; its texts are freed with it.
+class SinkException {
+ public:
+  SinkException() = default;
+  ~SinkException() {
+    ::SysFreeString(value.bstrDescription);
+    ::SysFreeString(value.bstrSource);
+    ::SysFreeString(value.bstrHelpFile);
+  }
+  SinkException(const SinkException&) = delete;
+  SinkException& operator=(const SinkException&) = delete;
+  EXCEPINFO value = {};
+};
+
 // The report of a sink that failed: the number and text of its exception
 // when it gave one, the failure code otherwise.
-void ReportFailedSink(const char* event, size_t position, HRESULT hr, EXCEPINFO& exception) {
+void ReportFailedSink(const char* event, size_t position, HRESULT hr, SinkException& failure) {
+  EXCEPINFO& exception = failure.value;
   if (exception.pfnDeferredFillIn != nullptr) exception.pfnDeferredFillIn(&exception);
   ErrorInfo error;
   error.number = exception.scode != 0 ? exception.scode
@@ -104,9 +126,6 @@ void ReportFailedSink(const char* event, size_t position, HRESULT hr, EXCEPINFO&
   if (HRESULT_FACILITY(error.number) == FACILITY_CONTROL) error.number = HRESULT_CODE(error.number);
   error.description = exception.bstrDescription != nullptr ? TextOf(exception.bstrDescription)
                                                            : "Automation error";
-  ::SysFreeString(exception.bstrDescription);
-  ::SysFreeString(exception.bstrSource);
-  ::SysFreeString(exception.bstrHelpFile);
   ReportError(error, kModule, event, "Sink=" + std::to_string(position));
 }
 
@@ -121,8 +140,10 @@ InterfaceObject* InterfaceObject::Create(HRESULT& hr) {
     hr = E_FAIL;
     return nullptr;
   }
-  auto* object = new (std::nothrow) InterfaceObject();
-  if (object == nullptr) {
+  // Held until it is handed over: a failure below lets go of it.
+  win32::ComPtr<InterfaceObject> object =
+      win32::ComPtr<InterfaceObject>::Adopt(new (std::nothrow) InterfaceObject());
+  if (!object) {
     hr = E_OUTOFMEMORY;
     return nullptr;
   }
@@ -131,15 +152,14 @@ InterfaceObject* InterfaceObject::Create(HRESULT& hr) {
     const InterfacePorts ports{system.file_system, system.clock,       system.time_zone,
                                system.profile_file, system.registry,   system.user_interface,
                                system.xml_parser,  *window,            *pump};
-    object->core_ = std::make_unique<kdZVInterface>(ports, *object);
+    object->core_ = std::make_unique<kdZVInterface>(ports, *object.get());
     object->core_->SetSettingsDialog(SettingsDialogs());
   } catch (...) {
-    object->Release();
     hr = E_OUTOFMEMORY;
     return nullptr;
   }
   hr = S_OK;
-  return object;
+  return object.Detach();
 }
 
 InterfaceObject::~InterfaceObject() {
@@ -284,15 +304,20 @@ HRESULT InterfaceObject::TestFireOpeningTimes(VARIANT* result) {
 HRESULT InterfaceObject::EnumConnectionPoints(IEnumConnectionPoints** out) {
   if (out == nullptr) return E_POINTER;
   *out = nullptr;
-  return E_NOTIMPL;  // hosts ask for the one point by its interface
+  PointEnumerator::Elements points;
+  try {
+    points.push_back(win32::ComPtr<IConnectionPoint>::Retain(&events_));
+  } catch (...) {
+    return E_OUTOFMEMORY;
+  }
+  return PointEnumerator::Make(std::move(points), out);
 }
 
 HRESULT InterfaceObject::FindConnectionPoint(REFIID riid, IConnectionPoint** out) {
   if (out == nullptr) return E_POINTER;
   *out = nullptr;
   if (riid != DIID___kdZVInterface) return CONNECT_E_NOCONNECTION;
-  events_.AddRef();
-  *out = &events_;
+  win32::ComPtr<IConnectionPoint>::Retain(&events_).CopyTo(out);
   return S_OK;
 }
 
@@ -304,8 +329,7 @@ HRESULT InterfaceObject::GetClassInfo(ITypeInfo** info) {
   HRESULT hr = S_OK;
   ITypeInfo* own = TypeInfoOf(CLSID_kdZVInterface, &hr);
   if (own == nullptr) return hr;
-  own->AddRef();
-  *info = own;
+  win32::ComPtr<ITypeInfo>::Retain(own).CopyTo(info);
   return S_OK;
 }
 
@@ -325,26 +349,19 @@ template <class AfterSink>
 void InterfaceObject::Raise(DISPID id, const char* name, VARIANTARG* args, UINT count,
                             AfterSink&& after_sink) {
   CallHold hold(static_cast<_kdZVInterface*>(this));
-  const std::vector<IDispatch*> sinks = events_.SinksNow();
+  const EventPoint::Sinks sinks = events_.SinksNow();
   size_t position = 0;
-  for (IDispatch* sink : sinks) {
+  for (const win32::ComPtr<IDispatch>& sink : sinks) {
     ++position;
     DISPPARAMS params = {args, nullptr, count, 0};
-    EXCEPINFO exception = {};
+    SinkException exception;
     UINT bad_argument = 0;
     const HRESULT hr = sink->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD, &params,
-                                    nullptr, &exception, &bad_argument);
-    if (FAILED(hr)) {
-      // A sink that failed is reported; the next one is still called.
-      ReportFailedSink(name, position, hr, exception);
-    } else {
-      ::SysFreeString(exception.bstrDescription);
-      ::SysFreeString(exception.bstrSource);
-      ::SysFreeString(exception.bstrHelpFile);
-    }
+                                    nullptr, &exception.value, &bad_argument);
+    // A sink that failed is reported; the next one is still called.
+    if (FAILED(hr)) ReportFailedSink(name, position, hr, exception);
     after_sink(position);
   }
-  for (IDispatch* sink : sinks) sink->Release();
 }
 
 template <class Wrapper>
@@ -354,10 +371,12 @@ void InterfaceObject::RaiseRecordEvent(DISPID id, const char* name,
   typename Wrapper::Interface* object = nullptr;
   const HRESULT wrapped = Wrapper::Wrap(record, &object);
   if (FAILED(wrapped)) RaiseStandard(err::kOutOfMemory);
-  // The argument holds one reference, on whatever object it holds: a sink
-  // that puts another object there releases the old one and holds the new.
-  IDispatch* argument = object;
-  IDispatch* taken = argument;
+  // `taken` holds the record in force with a reference of its own. The
+  // by-reference argument holds another one, on whatever object it holds:
+  // a sink that puts another object there releases the one before (which
+  // `taken` keeps alive) and gives the argument a reference on the new one.
+  win32::ComPtr<IDispatch> taken = win32::ComPtr<IDispatch>::Adopt(object);
+  win32::ComPtr<IDispatch> argument;
   LONG answer = retVal != nullptr ? *retVal : 0;
   VARIANTARG args[2];
   UINT count = 0;
@@ -367,59 +386,47 @@ void InterfaceObject::RaiseRecordEvent(DISPID id, const char* name,
     V_I4REF(&args[count]) = &answer;
     ++count;
   }
+  // The argument's reference is the one in `argument`; the sinks change it
+  // in place through the address handed to them.
+  IDispatch** slot = argument.Put();
+  taken.CopyTo(slot);
   ::VariantInit(&args[count]);
   V_VT(&args[count]) = VT_BYREF | VT_DISPATCH;
-  V_DISPATCHREF(&args[count]) = &argument;
+  V_DISPATCHREF(&args[count]) = slot;
   ++count;
-  try {
-    Raise(id, name, args, count, [&](size_t position) {
-      if (argument == taken) return;
-      bool ours = false;
-      std::shared_ptr<typename Wrapper::CoreType> other = Wrapper::Unwrap(argument, ours);
-      if (ours) {
-        record = std::move(other);
-        taken = argument;
-        return;
-      }
-      // Only records of this library can be handed back: the one before
-      // stays.
-      ErrorInfo error{err::kTypeMismatch, StandardDescription(err::kTypeMismatch), {}};
-      ReportError(error, kModule, name, "Sink=" + std::to_string(position));
-      if (argument != nullptr) argument->Release();
-      argument = taken;
-      if (argument != nullptr) argument->AddRef();
-    });
-  } catch (...) {
-    if (argument != nullptr) argument->Release();
-    throw;
-  }
-  if (argument != nullptr) argument->Release();
+  Raise(id, name, args, count, [&](size_t position) {
+    if (*slot == taken.get()) return;
+    bool ours = false;
+    std::shared_ptr<typename Wrapper::CoreType> other = Wrapper::Unwrap(*slot, ours);
+    if (ours) {
+      record = std::move(other);
+      taken = win32::ComPtr<IDispatch>::Retain(*slot);
+      return;
+    }
+    // Only records of this library of the event's own class can be handed
+    // back: the one before stays, and the next sink sees it again.
+    ErrorInfo error{err::kTypeMismatch, StandardDescription(err::kTypeMismatch), {}};
+    ReportError(error, kModule, name, "Sink=" + std::to_string(position));
+    taken.CopyTo(argument.Put());
+  });
   if (retVal != nullptr) *retVal = static_cast<int32_t>(answer);
 }
 
 void InterfaceObject::RaiseTextEvent(DISPID id, const char* name, std::string* const* texts,
                                      UINT count) {
-  // Arguments go in reverse order: the last one first.
-  std::vector<BSTR> values(count, nullptr);
+  // Arguments go in reverse order: the last one first. Each holds its text
+  // by reference; a sink may free it and put another one there.
+  std::vector<win32::UniqueBstr> values(count);
   std::vector<VARIANTARG> args(count);
   for (UINT i = 0; i < count; ++i) {
-    if (FAILED(PutText(*texts[i], &values[i]))) {
-      for (BSTR value : values) ::SysFreeString(value);
-      RaiseStandard(err::kOutOfMemory);
-    }
+    if (FAILED(PutText(*texts[i], values[i].Put()))) RaiseStandard(err::kOutOfMemory);
     VARIANTARG& arg = args[count - 1 - i];
     ::VariantInit(&arg);
     V_VT(&arg) = VT_BYREF | VT_BSTR;
-    V_BSTRREF(&arg) = &values[i];
+    V_BSTRREF(&arg) = values[i].Address();
   }
-  try {
-    Raise(id, name, args.data(), count, [](size_t) {});
-    for (UINT i = 0; i < count; ++i) *texts[i] = TextOf(values[i]);
-  } catch (...) {
-    for (BSTR value : values) ::SysFreeString(value);
-    throw;
-  }
-  for (BSTR value : values) ::SysFreeString(value);
+  Raise(id, name, args.data(), count, [](size_t) {});
+  for (UINT i = 0; i < count; ++i) *texts[i] = TextOf(values[i].get());
 }
 
 void InterfaceObject::OnTermin(std::shared_ptr<kdZVTermin>& mZVTermin, int32_t& retVal) {

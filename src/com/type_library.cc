@@ -1,6 +1,7 @@
 #include "com/type_library.h"
 
 #include <map>
+#include <new>
 #include <string>
 
 #include "com/com_module.h"
@@ -18,33 +19,41 @@ struct Cache {
   std::map<GUID, win32::ComPtr<ITypeInfo>, GuidLess> infos;
 };
 
-Cache& TheCache() {
-  static Cache* cache = new Cache;  // never destroyed: released explicitly
+Cache& TheCache() noexcept {
+  // Never destroyed (released explicitly, never under the loader's lock);
+  // made in place, so that asking for it allocates nothing and cannot fail.
+  alignas(Cache) static unsigned char storage[sizeof(Cache)];
+  static Cache* cache = new (storage) Cache;
   return *cache;
 }
 
 }  // namespace
 
-ITypeLib* OwnTypeLibrary(HRESULT* hr) {
+ITypeLib* OwnTypeLibrary(HRESULT* hr) noexcept {
   Cache& cache = TheCache();
   if (!cache.library) {
-    std::wstring path(MAX_PATH, L'\0');
-    for (;;) {
-      const DWORD length = ::GetModuleFileNameW(ModuleHandle(), path.data(),
-                                                static_cast<DWORD>(path.size()));
-      if (length == 0) {
-        if (hr != nullptr) *hr = HRESULT_FROM_WIN32(::GetLastError());
+    try {
+      std::wstring path(MAX_PATH, L'\0');
+      for (;;) {
+        const DWORD length = ::GetModuleFileNameW(ModuleHandle(), path.data(),
+                                                  static_cast<DWORD>(path.size()));
+        if (length == 0) {
+          if (hr != nullptr) *hr = HRESULT_FROM_WIN32(::GetLastError());
+          return nullptr;
+        }
+        if (length < path.size()) {
+          path.resize(length);
+          break;
+        }
+        path.resize(path.size() * 2);
+      }
+      const HRESULT loaded = ::LoadTypeLibEx(path.c_str(), REGKIND_NONE, cache.library.Put());
+      if (FAILED(loaded)) {
+        if (hr != nullptr) *hr = loaded;
         return nullptr;
       }
-      if (length < path.size()) {
-        path.resize(length);
-        break;
-      }
-      path.resize(path.size() * 2);
-    }
-    const HRESULT loaded = ::LoadTypeLibEx(path.c_str(), REGKIND_NONE, cache.library.Put());
-    if (FAILED(loaded)) {
-      if (hr != nullptr) *hr = loaded;
+    } catch (...) {
+      if (hr != nullptr) *hr = E_OUTOFMEMORY;
       return nullptr;
     }
   }
@@ -52,10 +61,13 @@ ITypeLib* OwnTypeLibrary(HRESULT* hr) {
   return cache.library.get();
 }
 
-ITypeInfo* TypeInfoOf(REFGUID guid, HRESULT* hr) {
+ITypeInfo* TypeInfoOf(REFGUID guid, HRESULT* hr) noexcept {
   Cache& cache = TheCache();
   auto found = cache.infos.find(guid);
-  if (found != cache.infos.end()) return found->second.get();
+  if (found != cache.infos.end()) {
+    if (hr != nullptr) *hr = S_OK;
+    return found->second.get();
+  }
   ITypeLib* library = OwnTypeLibrary(hr);
   if (library == nullptr) return nullptr;
   win32::ComPtr<ITypeInfo> info;
@@ -63,7 +75,13 @@ ITypeInfo* TypeInfoOf(REFGUID guid, HRESULT* hr) {
   if (hr != nullptr) *hr = got;
   if (FAILED(got)) return nullptr;
   ITypeInfo* raw = info.get();
-  cache.infos.emplace(guid, std::move(info));
+  try {
+    cache.infos.emplace(guid, std::move(info));
+  } catch (...) {
+    // Not kept: the next call asks the type library again.
+    if (hr != nullptr) *hr = E_OUTOFMEMORY;
+    return nullptr;
+  }
   return raw;
 }
 

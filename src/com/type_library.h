@@ -11,10 +11,11 @@ namespace kdzv::com {
 
 // The type information of the interface or class `guid` (not AddRef'd: it
 // stays valid until ReleaseTypeInformation); null when the type library
-// cannot be loaded, with `hr` (when given) telling why.
-ITypeInfo* TypeInfoOf(REFGUID guid, HRESULT* hr = nullptr);
+// cannot be loaded, with `hr` (when given) telling why (E_OUTOFMEMORY when
+// memory ran out). Throws nothing: it is called straight from IDispatch.
+ITypeInfo* TypeInfoOf(REFGUID guid, HRESULT* hr = nullptr) noexcept;
 // The loaded type library (not AddRef'd), null when it cannot be loaded.
-ITypeLib* OwnTypeLibrary(HRESULT* hr = nullptr);
+ITypeLib* OwnTypeLibrary(HRESULT* hr = nullptr) noexcept;
 
 void ReleaseTypeInformation();
 

@@ -123,7 +123,8 @@ class kdZVInterface : public ErrorLogTarget,
   int32_t TryMoveFilesToDepot(const std::string& source, const std::string& target);
   void ShowMessage(const std::string& text);  // exclamation box, then "MELDUNG: " line
   // Session opening.
-  bool StartNewSession();
+  // Opens the exchange with the file prefix checked at its start.
+  bool StartNewSession(const std::string& prefix);
   std::string GetSessionFileName();
   void GenerateSyncHeader(clZVUpDownFile& message);
   // File intake.

@@ -7,7 +7,7 @@
 
 namespace kdzv {
 
-bool kdZVInterface::StartNewSession() {
+bool kdZVInterface::StartNewSession(const std::string& prefix) {
   try {
     // Long arithmetic: after 2147483647 comes an overflow, never a negative
     // number (the exchange is then not opened and nothing is written).
@@ -16,6 +16,7 @@ bool kdZVInterface::StartNewSession() {
     session_->SessionID = session_id;
     session_->MsgID = 1;
     session_->Mark = "M";
+    session_->FilePraefix = prefix;
     matching_.SaveSessionID(session_id, config_file_);
 
     const std::shared_ptr<clZVSettings> settings = Settings();
@@ -51,7 +52,7 @@ bool kdZVInterface::StartNewSession() {
 }
 
 std::string kdZVInterface::GetSessionFileName() {
-  session_file_base_ = Settings()->FilePraefix() + std::to_string(session_->SessionID) + "_";
+  session_file_base_ = session_->FilePraefix + std::to_string(session_->SessionID) + "_";
   return session_file_base_ + std::to_string(session_->MsgID) + ".xml";
 }
 

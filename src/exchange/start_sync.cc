@@ -3,6 +3,7 @@
 // has ended, timed out or been cancelled.
 #include "interface/component_log.h"
 #include "interface/error_report.h"
+#include "interface/process.h"
 #include "exchange/kd_zv_interface.h"
 #include "util/text.h"
 
@@ -28,9 +29,11 @@ void kdZVInterface::ShowMessage(const std::string& text) {
 }
 
 enmZVRetValues kdZVInterface::StartSync(intptr_t mOwner, std::string& sErr) {
-  // One exchange at a time: a call from inside the running one (a host's
-  // event handler runs within its wait) is refused and changes nothing.
-  if (in_sync_) {
+  // One exchange at a time in the whole process: a call from inside the
+  // running one (a host's event handler runs within its wait), or of another
+  // interface object while one runs (the host's windows stay live during the
+  // wait), is refused and changes nothing.
+  if (in_sync_ || process::ExchangeRunning()) {
     sErr = std::string(kSyncAlreadyRunning);
     WriteLogLine("(StartSync) -> " + sErr);
     return ZV_Error_General;
@@ -43,9 +46,13 @@ enmZVRetValues kdZVInterface::StartSync(intptr_t mOwner, std::string& sErr) {
     return ZV_Error_General;
   }
   in_sync_ = true;
+  process::SetExchangeRunning(true);
   struct Leave {
     bool& flag;
-    ~Leave() { flag = false; }
+    ~Leave() {
+      flag = false;
+      process::SetExchangeRunning(false);
+    }
   } leave{in_sync_};
   try {
     sErr.clear();
@@ -108,7 +115,7 @@ enmZVRetValues kdZVInterface::StartSync(intptr_t mOwner, std::string& sErr) {
     timed_out_ = false;
     sync_form_->Show(mOwner);
 
-    if (!StartNewSession()) cancelled_ = true;
+    if (!StartNewSession(prefix)) cancelled_ = true;
     while (!cancelled_ && !finished_ && !timed_out_) ports_.pump.RunPending(kWaitSliceMs);
     sync_form_->StopWatch();
 
@@ -144,13 +151,21 @@ int32_t kdZVInterface::TryMoveFilesToDepot(const std::string& source, const std:
                ", Ziel: " + target);
   for (const std::string& name : fs.ListFiles(source)) {
     WriteLogLine("-> Datei wird verschoben: " + name);
+    const std::string from = fs.BuildPath(source, name);
+    // A file that another process still holds open (an agent writing it) is
+    // never moved away under its writer: it stays where it is, as in the
+    // intake, and counts as a file that could not be moved. A read-only
+    // left-over is taken like any other.
+    if (fs.HeldByAnotherProcess(from)) {
+      WriteLogLine("Die Datei kann nicht exklusiv geöffnet werden und bleibt liegen: " + from);
+      continue;
+    }
     try {
       // An empty depot setting is no folder: it is never joined into a path
       // (which would copy into the working folder or a drive's root).
       if (target.empty()) RaiseStandard(err::kPathNotFound, "TryMoveFilesToDepot");
       // Copied with overwrite, so that an older file of that name in the
       // depot gives way; a missing depot fails the copy, which is reported.
-      const std::string from = fs.BuildPath(source, name);
       fs.CopyFile(from, fs.BuildPath(target, name));
       fs.DeleteFile(from);
     } catch (...) {

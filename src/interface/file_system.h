@@ -67,6 +67,13 @@ class FileSystem {
   // exclusive, as a writer is expected to do), when the file cannot be
   // opened for writing, and when it does not exist. Never raises.
   virtual bool TryExclusiveAccess(std::string_view path) = 0;
+
+  // Whether another process holds `path` open as a writer does (on Linux:
+  // holds a flock() lock on it; on Windows: has it open at all), so that
+  // moving it away would pull it from under its writer. Unlike the probe
+  // above, a read-only file that nobody holds is not held. False for a
+  // missing file or what is no plain file. Never raises.
+  virtual bool HeldByAnotherProcess(std::string_view path) = 0;
 };
 
 }  // namespace kdzv

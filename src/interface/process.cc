@@ -10,6 +10,7 @@ struct Values {
   UserInterface* message_boxes = nullptr;
   TimeZoneSource* time_zone = nullptr;
   TraceSink* trace = nullptr;
+  bool exchange_running = false;
   std::string log_file_path;
   std::string config_file_path;
 };
@@ -31,6 +32,8 @@ TimeZoneSource* TimeZone() { return Get().time_zone; }
 void SetTimeZone(TimeZoneSource* zone) { Get().time_zone = zone; }
 TraceSink* Trace() { return Get().trace; }
 void SetTrace(TraceSink* sink) { Get().trace = sink; }
+bool ExchangeRunning() { return Get().exchange_running; }
+void SetExchangeRunning(bool running) { Get().exchange_running = running; }
 const std::string& LogFilePath() { return Get().log_file_path; }
 const std::string& ConfigFilePath() { return Get().config_file_path; }
 void SetFilePaths(std::string log_file_path, std::string config_file_path) {

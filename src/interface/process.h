@@ -53,6 +53,13 @@ void SetTimeZone(TimeZoneSource* zone);
 TraceSink* Trace();
 void SetTrace(TraceSink* sink);
 
+// Whether an exchange runs in this process: the StartSync of some interface
+// object is on the stack. Its wait runs the host's messages, so a host
+// window may start another exchange meanwhile, with another object; only one
+// may run at a time, since both would share the exchange folders.
+bool ExchangeRunning();
+void SetExchangeRunning(bool running);
+
 const std::string& LogFilePath();
 const std::string& ConfigFilePath();
 void SetFilePaths(std::string log_file_path, std::string config_file_path);

@@ -14,6 +14,10 @@ struct clZVSessionInfo {
   int32_t MsgID = 0;
   // "M" once the exchange has been opened.
   std::string Mark;
+  // The file prefix of the exchange, taken from the settings when it was
+  // opened: every file name of the session is made with this copy, so that
+  // a host that changes the settings meanwhile cannot move the stem.
+  std::string FilePraefix;
 };
 
 }  // namespace kdzv

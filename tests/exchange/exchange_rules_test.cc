@@ -161,6 +161,40 @@ TEST(ExchangeRulesTest, AForeignFileStillBeingWrittenIsLeftAndTheWatchGoesOn) {
   EXPECT_TRUE(fs::exists(h.Depot("HX1_2.xml")));
 }
 
+TEST(ExchangeRulesTest, ALeftOverThatAnotherProcessHoldsStaysWhereItIs) {
+  ExchangeHarness h;
+  test::WriteFileBytes(h.Down("HX7_2.xml.part"), "<half");
+  test::WriteFileBytes(h.Down("old.xml"), "x");
+  test::FileHolder holder(h.Down("HX7_2.xml.part"), test::FileHolder::Lock::kExclusive);
+  ASSERT_TRUE(holder.holding());
+  EXPECT_EQ(h.Run({}), ZV_Error_PathNotEmpty);
+  const std::string log = h.LogText();
+  EXPECT_THAT(log, HasSubstr("Die Datei kann nicht exklusiv geöffnet werden und bleibt liegen: " +
+                             h.Down("HX7_2.xml.part")));
+  // Never pulled from under its writer: neither moved nor copied.
+  EXPECT_EQ(test::ReadFileBytes(h.Down("HX7_2.xml.part")), "<half");
+  EXPECT_FALSE(fs::exists(h.Depot("HX7_2.xml.part")));
+  // The other left-over was taken; the held one counts as not moved.
+  EXPECT_EQ(test::ReadFileBytes(h.Depot("old.xml")), "x");
+  EXPECT_THAT(log, HasSubstr("Achtung: Es konnten nicht alle Dateien verschoben werden."));
+  ASSERT_EQ(h.ui.boxes.size(), 1u);
+  // Nothing was opened.
+  EXPECT_TRUE(test::FolderEntries(h.up).empty());
+}
+
+TEST(ExchangeRulesTest, AReadOnlyLeftOverIsStillTaken) {
+  ExchangeHarness h;
+  test::WriteFileBytes(h.Down("old.xml"), "x");
+  fs::permissions(h.Down("old.xml"),
+                  fs::perms::owner_write | fs::perms::group_write | fs::perms::others_write,
+                  fs::perm_options::remove);
+  EXPECT_EQ(h.Run({{"HX1_1.xml", "HX1_2.xml", ExchangeHarness::Answer(1, 2, kSessionEnd)}}),
+            ZV_Success);
+  EXPECT_EQ(test::ReadFileBytes(h.Depot("old.xml")), "x");
+  EXPECT_FALSE(fs::exists(h.Down("old.xml")));
+  EXPECT_THAT(h.LogText(), Not(HasSubstr("bleibt liegen")));
+}
+
 // --- Numbers at the end of their range ---
 
 TEST(ExchangeRulesTest, TheLastSessionNumberOverflowsAndNothingIsOpened) {
@@ -326,9 +360,53 @@ TEST(ExchangeRulesTest, TheHostMayReplaceTheSettingsInsideAnEvent) {
   };
   EXPECT_EQ(h.Run({{"HX1_1.xml", "HX1_2.xml", ExchangeHarness::Answer(1, 2, kAdd)}}, 8),
             ZV_Error_Cancel);
-  // The file in hand was finished with the settings it was begun with.
+  // The answer to the file in hand is still written; the folders (here the
+  // same in both settings objects) are read from the settings in force at
+  // each step, so the file is put into the depot of the new settings.
   EXPECT_TRUE(fs::exists(h.Up("HX1_3.xml")));
   EXPECT_TRUE(fs::exists(h.Depot("HX1_2.xml")));
+}
+
+TEST(ExchangeRulesTest, APrefixChangedInsideAnEventDoesNotMoveTheSessionsFileNames) {
+  for (const std::string prefix : {"ZZ", "../x", ""}) {
+    ExchangeHarness h;
+    h.host.on_event = [&](const std::string&) { h.Settings()->SetFilePraefix(prefix); };
+    EXPECT_EQ(h.Run({{"HX1_1.xml", "HX1_2.xml", ExchangeHarness::Answer(1, 2, kAdd)},
+                     {"HX1_3.xml", "HX1_4.xml", ExchangeHarness::Answer(1, 4, kSessionEnd)}}),
+              ZV_Success)
+        << prefix;
+    // Every file of the session kept the stem it was opened with, and the
+    // agent's next answer was taken.
+    EXPECT_TRUE(fs::exists(h.Up("HX1_3.xml"))) << prefix;
+    EXPECT_EQ(test::FolderEntries(h.depot), (Names{"HX1_2.xml", "HX1_4.xml"})) << prefix;
+    EXPECT_FALSE(fs::exists(h.dir.File("x1_3.xml"))) << prefix;
+    EXPECT_THAT(h.LogText(), Not(HasSubstr("gehört nicht zu aktuellen Session"))) << prefix;
+  }
+}
+
+TEST(ExchangeRulesTest, AnotherObjectsStartSyncIsRefusedWhileAnExchangeRuns) {
+  ExchangeHarness h;
+  ExchangeHarness other;
+  other.Interface();
+  enmZVRetValues second = ZV_Success;
+  std::string second_error;
+  h.host.on_event = [&](const std::string&) {
+    second = other.Interface().StartSync(0, second_error);
+  };
+  EXPECT_EQ(h.Run({{"HX1_1.xml", "HX1_2.xml", ExchangeHarness::Answer(1, 2, kAdd)},
+                   {"HX1_3.xml", "HX1_4.xml", ExchangeHarness::Answer(1, 4, kSessionEnd)}}),
+            ZV_Success);
+  EXPECT_EQ(second, ZV_Error_General);
+  EXPECT_EQ(second_error,
+            "Es läuft bereits eine Synchronisation: StartSync wurde während dieser erneut "
+            "aufgerufen und abgewiesen.");
+  // The second object opened nothing; the first went on as usual.
+  EXPECT_TRUE(test::FolderEntries(other.up).empty());
+  EXPECT_FALSE(other.profile.Value("kdZentavo.cfg", "SESSION", "LastSessionID"));
+  EXPECT_EQ(test::FolderEntries(h.depot), (Names{"HX1_2.xml", "HX1_4.xml"}));
+  // Once the first has ended, the second may run.
+  EXPECT_EQ(other.Run({{"HX1_1.xml", "HX1_2.xml", ExchangeHarness::Answer(1, 2, kSessionEnd)}}),
+            ZV_Success);
 }
 
 // --- Several interface objects ---

@@ -45,6 +45,7 @@ class NoFiles : public kdzv::FileSystem {
   void MoveFile(std::string_view, std::string_view) override { __builtin_trap(); }
   void DeleteFile(std::string_view) override { __builtin_trap(); }
   bool TryExclusiveAccess(std::string_view) override { __builtin_trap(); }
+  bool HeldByAnotherProcess(std::string_view) override { __builtin_trap(); }
 };
 
 // Central European offsets, so that service times are converted.

@@ -354,5 +354,34 @@ TEST_P(FileSystemConformance, NoExclusiveAccessWhileAnotherHolderHasTheFile) {
   EXPECT_EQ(ReadFileBytes(path), "<a/>");
 }
 
+TEST_P(FileSystemConformance, HeldOnlyWhileAnotherHolderHasTheFile) {
+  const std::string path = dir.File("HX1_2.xml");
+  WriteFileBytes(path, "<a/>");
+  EXPECT_FALSE(fs->HeldByAnotherProcess(path));
+  for (const auto lock : {FileHolder::Lock::kExclusive, FileHolder::Lock::kShared}) {
+    FileHolder holder(path, lock);
+    ASSERT_TRUE(holder.holding());
+    EXPECT_TRUE(fs->HeldByAnotherProcess(path));
+    holder.Release();
+    EXPECT_FALSE(fs->HeldByAnotherProcess(path));
+  }
+  EXPECT_EQ(ReadFileBytes(path), "<a/>");
+}
+
+TEST_P(FileSystemConformance, AReadOnlyFileThatNobodyHoldsIsNotHeld) {
+  const std::string path = dir.File("HX1_2.xml");
+  WriteFileBytes(path, "x");
+  ReadOnly guard(path);
+  EXPECT_FALSE(fs->TryExclusiveAccess(path));
+  EXPECT_FALSE(fs->HeldByAnotherProcess(path));
+}
+
+TEST_P(FileSystemConformance, WhatIsNoFileIsNotHeld) {
+  fsys::create_directory(dir.File("Ablage"));
+  EXPECT_FALSE(fs->HeldByAnotherProcess(dir.File("missing.xml")));
+  EXPECT_FALSE(fs->HeldByAnotherProcess(dir.File("Ablage")));
+  EXPECT_FALSE(fs->HeldByAnotherProcess(""));
+}
+
 }  // namespace
 }  // namespace kdzv::test

@@ -119,6 +119,12 @@ class MemoryFileSystem : public FileSystem {
            !Failing(path);
   }
 
+  // True for an existing file that "another process" holds.
+  bool HeldByAnotherProcess(std::string_view path) override {
+    const std::string key(path);
+    return files.count(key) != 0 && held.count(key) != 0;
+  }
+
   std::map<std::string, std::string> files;
   std::set<std::string> folders;
   std::set<std::string> held;               // files another process has open

@@ -303,4 +303,15 @@ bool PosixFileSystem::TryExclusiveAccess(std::string_view path_view) {
   return ::flock(file.get(), LOCK_EX | LOCK_NB) == 0;
 }
 
+bool PosixFileSystem::HeldByAnotherProcess(std::string_view path_view) {
+  const std::string path(path_view);
+  // Read access is enough to ask for the lock, so a read-only file is asked
+  // like any other.
+  UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK | O_NOFOLLOW));
+  if (file.get() < 0) return false;
+  struct stat info {};
+  if (::fstat(file.get(), &info) != 0 || !S_ISREG(info.st_mode)) return false;
+  return ::flock(file.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+}
+
 }  // namespace kdzv::posix

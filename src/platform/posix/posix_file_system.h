@@ -29,6 +29,7 @@ class PosixFileSystem : public FileSystem {
   void MoveFile(std::string_view source, std::string_view target) override;
   void DeleteFile(std::string_view path) override;
   bool TryExclusiveAccess(std::string_view path) override;
+  bool HeldByAnotherProcess(std::string_view path) override;
 };
 
 }  // namespace kdzv::posix

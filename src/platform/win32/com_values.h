@@ -26,6 +26,9 @@ class UniqueBstr {
     reset();
     return &value_;
   }
+  // For a by-reference argument: the callee may free the string and put
+  // another one there, which is then owned here.
+  BSTR* Address() { return &value_; }
   // The string as UTF-8 ("" for a null BSTR).
   std::string Utf8() const;
 

@@ -209,4 +209,21 @@ bool Win32FileSystem::TryExclusiveAccess(std::string_view path) {
   return file.valid();
 }
 
+bool Win32FileSystem::HeldByAnotherProcess(std::string_view path) {
+  if (path.empty()) return false;
+  const std::wstring wide = Widen(path);
+  const DWORD attributes = ::GetFileAttributesW(wide.c_str());
+  if (attributes == INVALID_FILE_ATTRIBUTES ||
+      (attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT)) != 0) {
+    return false;
+  }
+  // Reading without sharing: refused while any other handle is open on the
+  // file; a read-only file that nobody has open opens.
+  UniqueHandle file(::CreateFileW(wide.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING,
+                                  FILE_ATTRIBUTE_NORMAL, nullptr));
+  if (file.valid()) return false;
+  const DWORD error = ::GetLastError();
+  return error == ERROR_SHARING_VIOLATION || error == ERROR_LOCK_VIOLATION;
+}
+
 }  // namespace kdzv::win32

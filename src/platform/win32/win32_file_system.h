@@ -42,6 +42,7 @@ class Win32FileSystem : public FileSystem {
   // Opens for reading and writing with share mode 0: fails while any other
   // handle is open on the file.
   bool TryExclusiveAccess(std::string_view path) override;
+  bool HeldByAnotherProcess(std::string_view path) override;
 };
 
 }  // namespace kdzv::win32

@@ -12,6 +12,7 @@
 
 #include "automation_client.h"
 #include "event_sink.h"
+#include "host_environment.h"
 
 namespace kdzv::host {
 namespace {
@@ -260,6 +261,194 @@ TEST(ComInterface, OptionalArgumentsMayBeLeftOut) {
   EXPECT_EQ(no_mode.hr, DISP_E_EXCEPTION);
   EXPECT_EQ(no_mode.scode, DISP_E_TYPEMISMATCH);
   EXPECT_EQ(object.Call(L"ShowSettingsStatusMsg").hr, DISP_E_BADPARAMCOUNT);
+}
+
+// The library's answer to DllCanUnloadNow: S_OK once nothing of it lives.
+HRESULT LibraryCanUnloadNow() {
+  HMODULE library = ::GetModuleHandleW(LibraryPath().c_str());
+  if (library == nullptr) return E_FAIL;
+  using CanUnload = HRESULT(STDAPICALLTYPE*)();
+  auto can_unload = reinterpret_cast<CanUnload>(
+      reinterpret_cast<void*>(::GetProcAddress(library, "DllCanUnloadNow")));
+  return can_unload == nullptr ? E_FAIL : can_unload();
+}
+
+// A sink puts another object into the by-reference record, as a handler of
+// a host does that assigns to it: the one before is released, the new one
+// held. Neither a host's own object nor a record of another class is taken:
+// the record before stays (though its argument no longer held it), the next
+// sink sees it, and nothing is left alive afterwards.
+TEST(ComInterface, ARecordHandedBackThatIsNotTheEventsOwnLeavesTheOneBefore) {
+  for (int kind = 0; kind < 2; ++kind) {
+    {
+      const Obj object = NewInterface();
+      ASSERT_TRUE(object);
+      // A host's own object (a class of its that implements some interface)
+      // or a record of the library of another class than the event's.
+      auto* host_object = new EventSink(IID_IDispatch, nullptr);
+      const Obj other_record = Obj::Create(L"kdZentavo.kdZVTermin");
+      IDispatch* replacement = kind == 0 ? static_cast<IDispatch*>(host_object)
+                                         : other_record.get();
+      ASSERT_NE(replacement, nullptr);
+      auto* swapping = new EventSink(kEvents, [&](DISPID id, DISPPARAMS& args) {
+        if (id != 5) return S_OK;
+        IDispatch*& record = ObjectRef(args, 1);
+        Obj(record).Call(L"Add", {Var(3), Var(1), Var::Date(46000), Var(L"x")});
+        record->Release();
+        record = replacement;
+        record->AddRef();
+        LongRef(args, 0) = 5;
+        return S_OK;
+      });
+      long count_seen_next = -1;
+      auto* next = new EventSink(kEvents, [&](DISPID id, DISPPARAMS& args) {
+        if (id != 5) return S_OK;
+        count_seen_next = Obj(ObjectRef(args, 1)).Get(L"Count").Long();
+        return S_OK;
+      });
+      const DWORD c1 = Connect(object, swapping);
+      const DWORD c2 = Connect(object, next);
+      ASSERT_NE(c1, 0u);
+      ASSERT_NE(c2, 0u);
+      const Result fired = object.Call(L"TestFireOpeningTimes");
+      EXPECT_EQ(fired.hr, S_OK) << kind;
+      EXPECT_EQ(fired.value.Long(), 5) << kind;
+      EXPECT_EQ(count_seen_next, 1) << kind;
+      // Fired again: the same as the first time.
+      count_seen_next = -1;
+      EXPECT_EQ(object.Call(L"TestFireOpeningTimes").value.Long(), 5) << kind;
+      EXPECT_EQ(count_seen_next, 1) << kind;
+      Disconnect(object, c1);
+      Disconnect(object, c2);
+      swapping->Release();
+      next->Release();
+      host_object->Release();
+    }
+    EXPECT_EQ(LibraryCanUnloadNow(), S_OK) << kind;
+  }
+}
+
+// A host that finds the event interface by enumerating the connection
+// points, and lists the connections of the point.
+TEST(ComInterface, ConnectionPointsAndConnectionsCanBeEnumerated) {
+  {
+    const Obj object = NewInterface();
+    ASSERT_TRUE(object);
+    IConnectionPointContainer* container = nullptr;
+    ASSERT_EQ(object.get()->QueryInterface(IID_IConnectionPointContainer,
+                                           reinterpret_cast<void**>(&container)),
+              S_OK);
+    IEnumConnectionPoints* points = nullptr;
+    ASSERT_EQ(container->EnumConnectionPoints(&points), S_OK);
+    ASSERT_NE(points, nullptr);
+    IConnectionPoint* found[2] = {nullptr, nullptr};
+    ULONG fetched = 0;
+    EXPECT_EQ(points->Next(2, found, &fetched), S_FALSE);
+    ASSERT_EQ(fetched, 1u);
+    IID events = IID_NULL;
+    EXPECT_EQ(found[0]->GetConnectionInterface(&events), S_OK);
+    EXPECT_EQ(events, kEvents);
+    // The same point as FindConnectionPoint's.
+    IConnectionPoint* by_interface = nullptr;
+    ASSERT_EQ(container->FindConnectionPoint(kEvents, &by_interface), S_OK);
+    EXPECT_EQ(by_interface, found[0]);
+    by_interface->Release();
+    // A clone starts where the original stands; Reset starts again.
+    IEnumConnectionPoints* clone = nullptr;
+    ASSERT_EQ(points->Clone(&clone), S_OK);
+    IConnectionPoint* more = nullptr;
+    EXPECT_EQ(clone->Next(1, &more, nullptr), S_FALSE);
+    EXPECT_EQ(more, nullptr);
+    clone->Release();
+    EXPECT_EQ(points->Reset(), S_OK);
+    EXPECT_EQ(points->Skip(1), S_OK);
+    EXPECT_EQ(points->Skip(1), S_FALSE);
+    points->Release();
+
+    // Connected through the enumerated point, a sink hears the events.
+    auto* first = new EventSink(kEvents, [](DISPID id, DISPPARAMS& args) {
+      if (id == 5) LongRef(args, 0) = 7;
+      return S_OK;
+    });
+    auto* second = new EventSink(kEvents, nullptr);
+    DWORD cookies[2] = {0, 0};
+    ASSERT_EQ(found[0]->Advise(first, &cookies[0]), S_OK);
+    ASSERT_EQ(found[0]->Advise(second, &cookies[1]), S_OK);
+    EXPECT_EQ(object.Call(L"TestFireOpeningTimes").value.Long(), 7);
+    EXPECT_EQ(first->Received(), std::vector<DISPID>{5});
+
+    IEnumConnections* connections = nullptr;
+    ASSERT_EQ(found[0]->EnumConnections(&connections), S_OK);
+    CONNECTDATA data[3] = {};
+    fetched = 0;
+    EXPECT_EQ(connections->Next(3, data, &fetched), S_FALSE);
+    ASSERT_EQ(fetched, 2u);
+    EXPECT_EQ(data[0].dwCookie, cookies[0]);
+    EXPECT_EQ(data[1].dwCookie, cookies[1]);
+    IUnknown* first_unknown = nullptr;
+    first->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(&first_unknown));
+    EXPECT_EQ(data[0].pUnk, first_unknown);
+    first_unknown->Release();
+    for (ULONG i = 0; i < fetched; ++i) data[i].pUnk->Release();
+    connections->Release();
+
+    // After Unadvise the list has one connection less.
+    ASSERT_EQ(found[0]->Unadvise(cookies[0]), S_OK);
+    ASSERT_EQ(found[0]->EnumConnections(&connections), S_OK);
+    fetched = 0;
+    EXPECT_EQ(connections->Next(3, data, &fetched), S_FALSE);
+    ASSERT_EQ(fetched, 1u);
+    EXPECT_EQ(data[0].dwCookie, cookies[1]);
+    data[0].pUnk->Release();
+    connections->Release();
+    ASSERT_EQ(found[0]->Unadvise(cookies[1]), S_OK);
+    found[0]->Release();
+    container->Release();
+    // The sinks were let go by the object: only the test's references are left.
+    EXPECT_EQ(first->Release(), 0u);
+    EXPECT_EQ(second->Release(), 0u);
+  }
+  EXPECT_EQ(LibraryCanUnloadNow(), S_OK);
+}
+
+// Two threads that make their first object of the library at the same
+// moment: only one of them may own the library's objects.
+TEST(ComInterface, TwoThreadsMakingTheFirstObjectAtOnceAreNotBothLetThrough) {
+  for (int trial = 0; trial < 100; ++trial) {
+    HANDLE go = ::CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    HANDLE tried = ::CreateSemaphoreW(nullptr, 0, 2, nullptr);
+    HANDLE done = ::CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    HRESULT results[2] = {E_FAIL, E_FAIL};
+    auto maker = [&](int index) {
+      ::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+      ::WaitForSingleObject(go, INFINITE);
+      {
+        HRESULT hr = E_FAIL;
+        const Obj made = Obj::Create(L"kdZentavo.kdZVTermin", &hr);
+        results[index] = hr;
+        // Held until both have tried.
+        ::ReleaseSemaphore(tried, 1, nullptr);
+        ::WaitForSingleObject(done, INFINITE);
+      }
+      ::CoUninitialize();
+    };
+    std::thread first(maker, 0);
+    std::thread second(maker, 1);
+    ::Sleep(1);
+    ::SetEvent(go);
+    ::WaitForSingleObject(tried, INFINITE);
+    ::WaitForSingleObject(tried, INFINITE);
+    ::SetEvent(done);
+    first.join();
+    second.join();
+    ::CloseHandle(go);
+    ::CloseHandle(tried);
+    ::CloseHandle(done);
+    const int made = (results[0] == S_OK) + (results[1] == S_OK);
+    ASSERT_EQ(made, 1) << "trial " << trial << ": " << std::hex << results[0] << " "
+                       << results[1];
+    EXPECT_TRUE(results[0] == RPC_E_WRONG_THREAD || results[1] == RPC_E_WRONG_THREAD);
+  }
 }
 
 TEST(ComInterface, TheObjectsBelongToTheThreadThatMadeTheFirst) {

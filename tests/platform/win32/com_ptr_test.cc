@@ -65,5 +65,61 @@ TEST(ComPtrTest, MovingKeepsOneReference) {
   EXPECT_EQ(object.references, 0u);
 }
 
+TEST(ComPtrTest, CopiesHoldAReferenceEach) {
+  CountedObject object;
+  ComPtr<IUnknown> first = ComPtr<IUnknown>::Retain(&object);
+  EXPECT_EQ(object.references, 1u);
+  {
+    ComPtr<IUnknown> second(first);
+    EXPECT_EQ(object.references, 2u);
+    ComPtr<IUnknown> third;
+    third = second;
+    EXPECT_EQ(object.references, 3u);
+    const ComPtr<IUnknown>& same = third;
+    third = same;  // a copy onto itself keeps its reference
+    EXPECT_EQ(object.references, 3u);
+  }
+  EXPECT_EQ(object.references, 1u);
+  first.reset();
+  EXPECT_EQ(object.references, 0u);
+}
+
+TEST(ComPtrTest, AdoptTakesOverAndDetachHandsBack) {
+  CountedObject object;
+  IUnknown* raw = nullptr;
+  HandOut(object, &raw);
+  ComPtr<IUnknown> held = ComPtr<IUnknown>::Adopt(raw);
+  EXPECT_EQ(object.references, 1u);
+  IUnknown* out = held.Detach();
+  EXPECT_FALSE(held);
+  EXPECT_EQ(out, &object);
+  EXPECT_EQ(object.references, 1u);
+  ComPtr<IUnknown>::Adopt(out).reset();
+  EXPECT_EQ(object.references, 0u);
+}
+
+TEST(ComPtrTest, CopyToGivesTheCallerAReferenceOfItsOwn) {
+  CountedObject object;
+  ComPtr<IUnknown> held = ComPtr<IUnknown>::Retain(&object);
+  IUnknown* out = nullptr;
+  held.CopyTo(&out);
+  EXPECT_EQ(out, &object);
+  EXPECT_EQ(object.references, 2u);
+  ComPtr<IUnknown>::Adopt(out);
+  EXPECT_EQ(object.references, 1u);
+  ComPtr<IUnknown> empty;
+  out = &object;
+  empty.CopyTo(&out);
+  EXPECT_EQ(out, nullptr);
+}
+
+TEST(ComPtrTest, RetainOfNullHoldsNothing) {
+  ComPtr<IUnknown> held = ComPtr<IUnknown>::Retain(nullptr);
+  EXPECT_FALSE(held);
+  ComPtr<IUnknown> none = nullptr;
+  EXPECT_FALSE(none);
+  EXPECT_FALSE(held.Query<IUnknown>(IID_IUnknown));
+}
+
 }  // namespace
 }  // namespace kdzv::win32
