@@ -316,7 +316,10 @@ class Page {
       out_ << " (" << (get ? "get" : "") << (get && (put || putref) ? ", " : "")
            << (put ? "let" : "") << (putref ? "set by reference" : "") << ")";
     }
-    out_ << ", dispatch id " << (first.id == "0" && first.name == "Item" ? "0 (the default member)" : first.id)
+    std::string id = first.id;
+    if (id == "0" && first.name == "Item") id = "0 (the default member)";
+    if (id == "DISPID_NEWENUM") id = "-4 (DISPID_NEWENUM)";
+    out_ << ", dispatch id " << id
          << (first.hidden ? ", hidden" : "") << "\n\n"
          << first.help << "\n\n";
     ErrorRows(errors_.RowsFor(coclass.name, first.name));
@@ -404,8 +407,17 @@ class Page {
          << function.help << "\n\n";
     ErrorRows(errors_.RowsFor(coclass.name, function.name));
     out_ << "```vb\n"
-         << "Private Sub " << variable << "_" << function.name << "(" << arguments.str() << ")\n"
-         << "    ' ...\n"
+         << "Private Sub " << variable << "_" << function.name << "(" << arguments.str() << ")\n";
+    // A body that shows the handler's part: accept, or read the text.
+    std::string body = "' ...";
+    for (const Parameter& parameter : function.parameters) {
+      if (parameter.name == "retVal") body = "retVal = True";
+    }
+    if (body == "' ..." && !function.parameters.empty() &&
+        VbType(library_, function.parameters.front()) == "String") {
+      body = "Debug.Print " + function.parameters.front().name;
+    }
+    out_ << "    " << body << "\n"
          << "End Sub\n"
          << "```\n\n";
   }
