@@ -172,6 +172,13 @@ TEST_P(TypeLibraryTest, TheLibraryAndTheInterfaceObjectCarryTheHelpString) {
   ASSERT_EQ(coclass->GetDocumentation(MEMBERID_NIL, nullptr, coclass_help.Put(), nullptr, nullptr),
             S_OK);
   EXPECT_EQ(coclass_help.Utf8(), "Halvex-Interface f\xC3\xBCr Zentavo");
+  ComPtr<ITypeInfo> interface_info = TypeNamed("_kdZVInterface");
+  ASSERT_TRUE(interface_info);
+  UniqueBstr interface_help;
+  ASSERT_EQ(interface_info->GetDocumentation(MEMBERID_NIL, nullptr, interface_help.Put(), nullptr,
+                                             nullptr),
+            S_OK);
+  EXPECT_EQ(interface_help.Utf8(), "Halvex-Interface f\xC3\xBCr Zentavo");
 }
 
 TEST_P(TypeLibraryTest, RecordPropertiesAreNumberedFromZeroInTheRecordsOrder) {
