@@ -12,12 +12,14 @@
 #include <tuple>
 #include <vector>
 
+#include "automation_doc/idl_surface.h"
 #include "com/registration_table.h"
 #include "interface/records.h"
 #include "platform/win32/com_ptr.h"
 #include "platform/win32/com_values.h"
 #include "platform/win32/wide_text.h"
 #include "settings/zv_settings.h"
+#include "support/fakes.h"
 
 namespace kdzv {
 namespace {
@@ -170,6 +172,13 @@ TEST_P(TypeLibraryTest, TheLibraryAndTheInterfaceObjectCarryTheHelpString) {
   ASSERT_EQ(coclass->GetDocumentation(MEMBERID_NIL, nullptr, coclass_help.Put(), nullptr, nullptr),
             S_OK);
   EXPECT_EQ(coclass_help.Utf8(), "Halvex-Interface f\xC3\xBCr Zentavo");
+  ComPtr<ITypeInfo> interface_info = TypeNamed("_kdZVInterface");
+  ASSERT_TRUE(interface_info);
+  UniqueBstr interface_help;
+  ASSERT_EQ(interface_info->GetDocumentation(MEMBERID_NIL, nullptr, interface_help.Put(), nullptr,
+                                             nullptr),
+            S_OK);
+  EXPECT_EQ(interface_help.Utf8(), "Halvex-Interface f\xC3\xBCr Zentavo");
 }
 
 TEST_P(TypeLibraryTest, RecordPropertiesAreNumberedFromZeroInTheRecordsOrder) {
@@ -256,6 +265,82 @@ TEST_P(TypeLibraryTest, TheEnumerationsHaveTheCoresValues) {
             (std::map<std::string, long>{{"Object_Add", Object_Add},
                                          {"Object_Delete", Object_Delete},
                                          {"Object_Replace", Object_Replace}}));
+}
+
+// The help string of every type, and of every property, method and event,
+// read back through ITypeInfo::GetDocumentation as a host's object browser
+// reads it: none is empty, and each is the text of the IDL, umlauts
+// included (the IDL is Windows-1252, which widl copies byte for byte and
+// the automation runtime reads back as UTF-16).
+TEST_P(TypeLibraryTest, EveryTypeAndMemberHasTheHelpStringOfTheIdl) {
+  const surface::Library idl = surface::ReadIdl(test::ReadFileBytes(KDZV_IDL_PATH));
+  UniqueBstr library_help;
+  ASSERT_EQ(library->GetDocumentation(-1, nullptr, library_help.Put(), nullptr, nullptr), S_OK);
+  EXPECT_EQ(std::wstring(library_help.get()), win32::Widen(idl.help));
+
+  // Compares the documentation of `member` of `info` with `expected`.
+  auto check = [](ITypeInfo* info, MEMBERID member, const std::string& what,
+                  const std::string& expected) {
+    UniqueBstr help;
+    ASSERT_EQ(info->GetDocumentation(member, nullptr, help.Put(), nullptr, nullptr), S_OK) << what;
+    const std::wstring text = help.get() != nullptr ? std::wstring(help.get()) : std::wstring();
+    EXPECT_FALSE(text.empty()) << what << " has no help string";
+    EXPECT_EQ(text, win32::Widen(expected)) << what;
+  };
+  // The functions of `info` that the IDL declares for `type`: every one of
+  // them found, each with its help string. (The dispatch view of a dual
+  // interface also lists those of IDispatch, which are not ours.)
+  auto check_functions = [&](ITypeInfo* info, const surface::Type& type, const char* view) {
+    TYPEATTR* attributes = nullptr;
+    ASSERT_EQ(info->GetTypeAttr(&attributes), S_OK);
+    const WORD functions = attributes->cFuncs;
+    info->ReleaseTypeAttr(attributes);
+    size_t found = 0;
+    for (WORD i = 0; i < functions; ++i) {
+      FUNCDESC* function = nullptr;
+      ASSERT_EQ(info->GetFuncDesc(i, &function), S_OK);
+      const MEMBERID id = function->memid;
+      info->ReleaseFuncDesc(function);
+      UniqueBstr name;
+      UINT got = 0;
+      ASSERT_EQ(info->GetNames(id, name.Put(), 1, &got), S_OK);
+      const std::string member = name.Utf8();
+      for (const surface::Function& declared : type.functions) {
+        if (declared.name != member) continue;
+        check(info, id, type.name + "." + member + " (" + view + ")", declared.help);
+        ++found;
+        break;
+      }
+    }
+    EXPECT_EQ(found, type.functions.size()) << type.name << " (" << view << ")";
+  };
+
+  const UINT count = library->GetTypeInfoCount();
+  EXPECT_EQ(static_cast<size_t>(count), idl.types.size());
+  for (UINT i = 0; i < count; ++i) {
+    UniqueBstr name;
+    ASSERT_EQ(library->GetDocumentation(static_cast<INT>(i), name.Put(), nullptr, nullptr, nullptr),
+              S_OK);
+    const surface::Type* type = idl.Find(name.Utf8());
+    ASSERT_NE(type, nullptr) << name.Utf8() << " is not in the IDL";
+    ComPtr<ITypeInfo> info;
+    ASSERT_EQ(library->GetTypeInfo(i, info.Put()), S_OK);
+    check(info.get(), MEMBERID_NIL, type->name, type->help);
+    if (type->kind != surface::Type::Kind::kInterface &&
+        type->kind != surface::Type::Kind::kDispInterface) {
+      continue;
+    }
+    check_functions(info.get(), *type, "dispatch");
+    if (type->kind == surface::Type::Kind::kInterface) {
+      // The vtable interface behind the dual dispatch description.
+      HREFTYPE reference = 0;
+      ComPtr<ITypeInfo> vtable;
+      ASSERT_EQ(info->GetRefTypeOfImplType(-1, &reference), S_OK) << type->name;
+      ASSERT_EQ(info->GetRefTypeInfo(reference, vtable.Put()), S_OK) << type->name;
+      check(vtable.get(), MEMBERID_NIL, type->name + " (vtable)", type->help);
+      check_functions(vtable.get(), *type, "vtable");
+    }
+  }
 }
 
 // The registration table (which the library's registration and the
