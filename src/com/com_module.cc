@@ -2,6 +2,7 @@
 
 #include "com/type_library.h"
 #include "platform/platform.h"
+#include "platform/win32/library_windows.h"
 #include "platform/win32/win32_settings_dialog.h"
 #include "platform/win32/win32_sync_window.h"
 
@@ -55,7 +56,15 @@ void LockServer(bool lock) {
   }
 }
 
-bool CanUnload() { return g_objects == 0 && g_locks == 0; }
+bool CanUnload() {
+  if (g_objects != 0 || g_locks != 0) return false;
+  // Nothing of ours is in use: what the process still keeps of the library
+  // goes now. It may then be unloaded only when no window and no window
+  // class of it is left: a hidden window of another thread is only asked to
+  // go, and until that thread has taken the message, it is still there.
+  ReleaseProcessState();
+  return !win32::LibraryWindowsLeft();
+}
 
 OwnerThreadEntry::OwnerThreadEntry() : result_(S_OK) {
   const DWORD self = ::GetCurrentThreadId();

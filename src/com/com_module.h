@@ -23,7 +23,9 @@ void ObjectCreated();
 void ObjectDestroyed();
 
 void LockServer(bool lock);
-// Whether COM may unload the library: no object alive, no lock held.
+// Whether COM may unload the library: no object alive and no lock held;
+// then releases what the process keeps of the library (ReleaseProcessState)
+// and answers whether no window and no window class of it is left.
 bool CanUnload();
 
 // A creation of one of the library's objects on the calling thread, for

@@ -26,9 +26,7 @@ extern "C" HRESULT STDAPICALLTYPE DllGetClassObject(REFCLSID clsid, REFIID riid,
 }
 
 extern "C" HRESULT STDAPICALLTYPE DllCanUnloadNow() {
-  if (!kdzv::com::CanUnload()) return S_FALSE;
-  kdzv::com::ReleaseProcessState();
-  return S_OK;
+  return kdzv::com::CanUnload() ? S_OK : S_FALSE;
 }
 
 namespace {

@@ -16,8 +16,24 @@ constexpr std::string_view kCancelQuestion =
     "Soll der Syncronisation-Prozess wirklich abgebrochen werden?";
 constexpr std::string_view kCancelledText = "Abbruch durch Benutzer.";
 constexpr std::string_view kQuitText = "Abbruch: Das Programm wird beendet.";
+constexpr std::string_view kWindowDestroyedText =
+    "Abbruch: Das Synchronisationsfenster wurde geschlossen.";
 
 }  // namespace
+
+frmZVSync::RunningEvent::RunningEvent(frmZVSync& window) : window_(window) {
+  ++window_.events_running_;
+}
+
+frmZVSync::RunningEvent::~RunningEvent() {
+  if (--window_.events_running_ == 0 && window_.destroyed_cancel_waits_) {
+    try {
+      window_.CancelForDestroyedWindow();
+    } catch (...) {
+      // Even its error report failed; a destructor lets nothing out.
+    }
+  }
+}
 
 frmZVSync::frmZVSync(SyncWindowPlatform& platform, FileSystem& file_system,
                      SyncWindowEvents& owner)
@@ -37,6 +53,8 @@ frmZVSync::~frmZVSync() {
 
 void frmZVSync::Show(intptr_t owner) {
   try {
+    window_destroyed_ = false;
+    destroyed_cancel_waits_ = false;
     view_->Show(owner);
   } catch (...) {
     ReportCurrentError(kModule, "Show", "");
@@ -104,6 +122,7 @@ void frmZVSync::ShowStatusMsg(const std::string& sMsg, int32_t nStyle) {
     line += sMsg;
     log_text_ += line;
     view_->AppendLog(line);
+    RunningEvent running(*this);
     owner_.OnLog(sMsg);
   } catch (...) {
     ReportCurrentError(kModule, "ShowStatusMsg", sMsg);
@@ -119,13 +138,20 @@ void frmZVSync::WatchTimerTick() {
     // owner leaves behind is offered again on the next tick.
     const std::vector<std::string> names = file_system_.ListFiles(watch_folder_);
     for (const std::string& name : names) {
+      // Once cancelled for a destroyed window, nothing more is offered.
+      if (window_destroyed_) break;
       watch_timer_->SetEnabled(false);
       int32_t retVal = 0;
-      owner_.OnNewFile(name, retVal);
+      {
+        RunningEvent running(*this);
+        owner_.OnNewFile(name, retVal);
+      }
+      if (window_destroyed_) break;
       if (retVal != 0) {
         watch_timer_->SetEnabled(true);
         StartTimeoutTimer();
       } else {
+        RunningEvent running(*this);
         owner_.OnCancel();
       }
     }
@@ -139,6 +165,7 @@ void frmZVSync::TimeoutTimerTick() {
     timeout_timer_->SetEnabled(false);
     watch_timer_->SetEnabled(false);
     ShowStatusMsg(std::string(kTimeoutText), msgbox::kExclamation);
+    RunningEvent running(*this);
     owner_.OnTimeout();
   } catch (...) {
     ReportCurrentError(kModule, "Timer2_Timer", "");
@@ -147,11 +174,17 @@ void frmZVSync::TimeoutTimerTick() {
 
 void frmZVSync::CancelClicked() {
   try {
-    if (!view_->AskYesNo(kCancelQuestion)) return;
-    ShowStatusMsg(std::string(kCancelledText), msgbox::kExclamation);
-    timeout_timer_->SetEnabled(false);
-    watch_timer_->SetEnabled(false);
-    owner_.OnCancel();
+    // Without a window the exchange has been cancelled already.
+    if (window_destroyed_) return;
+    bool yes = false;
+    {
+      RunningEvent asking(*this);
+      yes = view_->AskYesNo(kCancelQuestion);
+    }
+    // The window went while the question was open: that cancel stands,
+    // whatever the answer.
+    if (window_destroyed_ || !yes) return;
+    ConfirmedCancel(kCancelledText);
   } catch (...) {
     ReportCurrentError(kModule, "cmdCancel_Click", "");
   }
@@ -164,13 +197,37 @@ void frmZVSync::CloseRequested() {
 
 void frmZVSync::QuitRequested() {
   try {
-    ShowStatusMsg(std::string(kQuitText), msgbox::kExclamation);
-    timeout_timer_->SetEnabled(false);
-    watch_timer_->SetEnabled(false);
-    owner_.OnCancel();
+    if (window_destroyed_) return;  // cancelled already
+    ConfirmedCancel(kQuitText);
   } catch (...) {
     ReportCurrentError(kModule, "QuitRequested", "");
   }
+}
+
+void frmZVSync::WindowDestroyed() {
+  if (window_destroyed_) return;
+  window_destroyed_ = true;
+  destroyed_cancel_waits_ = true;
+  if (events_running_ == 0) CancelForDestroyedWindow();
+}
+
+// A cancel confirmed as by the user, without the question and with a line
+// of its own.
+void frmZVSync::CancelForDestroyedWindow() {
+  try {
+    destroyed_cancel_waits_ = false;
+    ConfirmedCancel(kWindowDestroyedText);
+  } catch (...) {
+    ReportCurrentError(kModule, "WindowDestroyed", "");
+  }
+}
+
+void frmZVSync::ConfirmedCancel(std::string_view line) {
+  ShowStatusMsg(std::string(line), msgbox::kExclamation);
+  timeout_timer_->SetEnabled(false);
+  watch_timer_->SetEnabled(false);
+  RunningEvent running(*this);
+  owner_.OnCancel();
 }
 
 }  // namespace kdzv

@@ -63,6 +63,13 @@ class frmZVSync : public SyncWindowInput {
   // Cancels without the question: "Abbruch: Das Programm wird beendet.",
   // both timers off, OnCancel.
   void QuitRequested() override;
+  // Cancels without the question: "Abbruch: Das Synchronisationsfenster
+  // wurde geschlossen.", both timers off, OnCancel; once per Show. Nothing
+  // more is offered from the folder afterwards. While an event of the
+  // window runs at the owner (a host's handler may be what destroyed the
+  // window) or the cancel question is open, the cancel waits until that has
+  // returned.
+  void WindowDestroyed() override;
 
   const std::string& LogText() const { return log_text_; }
   WindowTimer& WatchTimer() { return *watch_timer_; }
@@ -71,6 +78,25 @@ class frmZVSync : public SyncWindowInput {
   int32_t WatchInterval() const { return watch_interval_; }
 
  private:
+  // Marks an event of the window running at the owner (or the question
+  // open); when the outermost one returns, a cancel for a destroyed window
+  // that came meanwhile is carried out.
+  class RunningEvent {
+   public:
+    explicit RunningEvent(frmZVSync& window);
+    ~RunningEvent();
+    RunningEvent(const RunningEvent&) = delete;
+    RunningEvent& operator=(const RunningEvent&) = delete;
+
+   private:
+    frmZVSync& window_;
+  };
+
+  void CancelForDestroyedWindow();
+  // What every confirmed cancel does: its line in the log pane, both timers
+  // off, OnCancel.
+  void ConfirmedCancel(std::string_view line);
+
   FileSystem& file_system_;
   SyncWindowEvents& owner_;
   std::unique_ptr<SyncWindowView> view_;
@@ -79,6 +105,9 @@ class frmZVSync : public SyncWindowInput {
   std::string watch_folder_;
   int32_t watch_interval_ = 0;
   std::string log_text_;
+  int events_running_ = 0;
+  bool window_destroyed_ = false;       // since the last Show
+  bool destroyed_cancel_waits_ = false;  // for the running event to return
 };
 
 }  // namespace kdzv

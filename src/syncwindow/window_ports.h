@@ -38,6 +38,10 @@ class SyncWindowInput {
   // loop was told to quit during the wait): the exchange is cancelled at
   // once, without the question, which nobody would be left to answer.
   virtual void QuitRequested() = 0;
+  // The window was destroyed by someone else than the window itself (the
+  // host's window that owned it went and took it along): the exchange is
+  // cancelled without the question, since no window is left to ask in.
+  virtual void WindowDestroyed() = 0;
 };
 
 class SyncWindowView {

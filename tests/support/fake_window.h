@@ -103,6 +103,8 @@ class FakeWindowPlatform : public SyncWindowPlatform {
 // Records the window's events as text: "OnCancel", "OnTimeout",
 // "OnNewFile:" + name, "OnLog:" + text. OnNewFile answers with what
 // `new_file` returns for the name (0 when it is not set); it may also throw.
+// `on_log` runs inside OnLog, after the line is recorded, as a host's
+// handler of the line would.
 class RecordingWindowEvents : public SyncWindowEvents {
  public:
   void OnCancel() override { events.emplace_back("OnCancel"); }
@@ -111,6 +113,7 @@ class RecordingWindowEvents : public SyncWindowEvents {
   void OnLog(const std::string& strText) override {
     events.push_back("OnLog:" + strText);
     logs.push_back(strText);
+    if (on_log) on_log(strText);
   }
 
   // The events without the OnLog ones.
@@ -121,6 +124,7 @@ class RecordingWindowEvents : public SyncWindowEvents {
   // The value retVal had when OnNewFile was entered, per call.
   std::vector<int32_t> entry_values;
   std::function<int32_t(const std::string&)> new_file;
+  std::function<void(const std::string&)> on_log;
 };
 
 }  // namespace kdzv::test

@@ -317,6 +317,91 @@ TEST_F(FrmZVSyncTest, AQuitCancelsWithoutTheQuestion) {
   EXPECT_EQ(View().closes, 0);  // the owner unloads the window
 }
 
+constexpr char kDestroyedLine[] = "Abbruch: Das Synchronisationsfenster wurde geschlossen.";
+
+TEST_F(FrmZVSyncTest, ADestroyedWindowCancelsWithoutTheQuestionOnce) {
+  window.Show(4711);
+  ASSERT_TRUE(window.StartWatch(kDown, 500));
+  View().answer = false;  // a question would keep the exchange going
+  View().input.WindowDestroyed();
+  EXPECT_THAT(View().questions, IsEmpty());
+  EXPECT_THAT(owner.events, ElementsAre(std::string("OnLog:") + kDestroyedLine, "OnCancel"));
+  EXPECT_EQ(window.LogText(), std::string("\r\n") + kDestroyedLine);
+  EXPECT_FALSE(Watch().Enabled());
+  EXPECT_FALSE(Timeout().Enabled());
+  EXPECT_EQ(View().closes, 0);  // the owner unloads the window
+
+  // Once: neither a second report, nor the close box, nor a quit adds
+  // another cancel or asks.
+  View().input.WindowDestroyed();
+  View().input.CloseRequested();
+  View().input.CancelClicked();
+  View().input.QuitRequested();
+  EXPECT_THAT(View().questions, IsEmpty());
+  EXPECT_THAT(owner.Raised(), ElementsAre("OnCancel"));
+
+  // Shown again, the window cancels again when it is destroyed again.
+  window.Show(4711);
+  View().input.WindowDestroyed();
+  EXPECT_THAT(owner.Raised(), ElementsAre("OnCancel", "OnCancel"));
+}
+
+TEST_F(FrmZVSyncTest, AWindowDestroyedInsideAFileHandlerCancelsWhenTheHandlerReturns) {
+  window.Show(0);
+  ASSERT_TRUE(window.StartWatch(kDown, 500));
+  AddFile("HX1_2.xml");
+  AddFile("HX1_3.xml");
+  std::vector<std::string> seen_inside;
+  owner.new_file = [&](const std::string&) {
+    View().input.WindowDestroyed();  // the host's handler destroys its form
+    seen_inside = owner.events;
+    return -1;  // and takes the file
+  };
+  EXPECT_TRUE(Watch().Tick());
+  // Nothing of the cancel while the handler ran.
+  EXPECT_THAT(seen_inside, ElementsAre("OnNewFile:HX1_2.xml"));
+  // After it: the line, the cancel; the next file is not offered and the
+  // watch is not armed again.
+  EXPECT_THAT(owner.events, ElementsAre("OnNewFile:HX1_2.xml",
+                                        std::string("OnLog:") + kDestroyedLine, "OnCancel"));
+  EXPECT_FALSE(Watch().Enabled());
+  EXPECT_FALSE(Timeout().Enabled());
+  EXPECT_FALSE(Watch().Tick());
+}
+
+TEST_F(FrmZVSyncTest, AWindowDestroyedInsideALogHandlerCancelsAfterThatLine) {
+  window.Show(0);
+  ASSERT_TRUE(window.StartWatch(kDown, 500));
+  owner.on_log = [&](const std::string& line) {
+    if (line == "Neue Datei erhalten") {
+      View().input.WindowDestroyed();
+      EXPECT_THAT(owner.Raised(), IsEmpty());
+    }
+  };
+  window.ShowStatusMsg("Neue Datei erhalten", msgbox::kInformation);
+  EXPECT_THAT(owner.events, ElementsAre("OnLog:Neue Datei erhalten",
+                                        std::string("OnLog:") + kDestroyedLine, "OnCancel"));
+  EXPECT_EQ(window.LogText(), std::string("\r\nNeue Datei erhalten\r\n") + kDestroyedLine);
+  EXPECT_FALSE(Watch().Enabled());
+}
+
+TEST_F(FrmZVSyncTest, AWindowDestroyedWhileTheQuestionIsOpenCancelsWithoutTheAnswer) {
+  View().on_ask = [&] {
+    View().input.WindowDestroyed();
+    EXPECT_THAT(owner.events, IsEmpty());  // not while the box is open
+  };
+  for (const bool answer : {true, false}) {
+    SCOPED_TRACE(answer);
+    owner.events.clear();
+    window.Show(0);
+    ASSERT_TRUE(window.StartWatch(kDown, 500));
+    View().answer = answer;
+    View().input.CancelClicked();
+    EXPECT_THAT(owner.events, ElementsAre(std::string("OnLog:") + kDestroyedLine, "OnCancel"));
+    EXPECT_FALSE(Watch().Enabled());
+  }
+}
+
 TEST_F(FrmZVSyncTest, TimeoutWhileTheCancelQuestionIsOpenThenYes) {
   ASSERT_TRUE(window.StartWatch(kDown, 500));
   window.TimeoutTimer().SetInterval(1000);

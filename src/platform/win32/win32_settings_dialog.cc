@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/win32/library_windows.h"
 #include "platform/win32/wide_text.h"
 #include "platform/win32/win32_sync_window.h"
 #include "settings/frm_settings.h"
@@ -67,7 +68,6 @@ HFONT DialogFont() {
 }
 
 bool g_class_registered = false;
-int g_open_dialogs = 0;
 
 class Win32SettingsDialogView : public SettingsDialogView {
  public:
@@ -82,15 +82,17 @@ class Win32SettingsDialogView : public SettingsDialogView {
                                 CW_USEDEFAULT, frame.right - frame.left, frame.bottom - frame.top,
                                 nullptr, nullptr, OwnModule(), this);
     if (window_ == nullptr) return;
-    ++g_open_dialogs;
     MakeControls();
   }
 
+  // Only a window that is still ours is destroyed: one destroyed from
+  // outside (with its owner) is gone, and its handle may name another
+  // window by now.
   ~Win32SettingsDialogView() override {
     if (window_ != nullptr) {
-      ::SetWindowLongPtrW(window_, GWLP_USERDATA, 0);
-      ::DestroyWindow(window_);
-      --g_open_dialogs;
+      HWND window = window_;
+      Detach();
+      ::DestroyWindow(window);
     }
   }
 
@@ -146,8 +148,13 @@ class Win32SettingsDialogView : public SettingsDialogView {
     return static_cast<int16_t>(value);
   }
 
+  // The modal loop ends when the dialog is hidden, when WM_QUIT arrives,
+  // or when the dialog's window is destroyed from outside (its owner went,
+  // and took it along): the dialog is then left as cancelled, whatever was
+  // pressed in it meanwhile, so that nothing of the lost fields is stored.
   void ShowModal(intptr_t owner) override {
     if (window_ == nullptr) return;
+    destroyed_ = false;
     HWND owner_window = reinterpret_cast<HWND>(owner);
     if (owner_window != nullptr && !::IsWindow(owner_window)) owner_window = nullptr;
     ::SetWindowLongPtrW(window_, GWLP_HWNDPARENT, reinterpret_cast<LONG_PTR>(owner_window));
@@ -174,13 +181,18 @@ class Win32SettingsDialogView : public SettingsDialogView {
       }
     }
     shown_ = false;
-    if (owner_enabled) ::EnableWindow(owner_window, TRUE);
+    const bool owner_alive = owner_window != nullptr && ::IsWindow(owner_window);
+    if (owner_enabled && owner_alive) ::EnableWindow(owner_window, TRUE);
+    if (destroyed_) {
+      input_.CancelClicked();
+      return;
+    }
     ::ShowWindow(window_, SW_HIDE);
-    if (owner_window != nullptr) ::SetActiveWindow(owner_window);
+    if (owner_alive) ::SetActiveWindow(owner_window);
   }
   void Hide() override {
     shown_ = false;
-    ::ShowWindow(window_, SW_HIDE);
+    if (window_ != nullptr) ::ShowWindow(window_, SW_HIDE);
   }
   int32_t ShowMessage(std::string_view text, int32_t style) override {
     return ::MessageBoxW(window_, Widen(text).c_str(), Widen(frmSettings::kCaption).c_str(),
@@ -208,11 +220,20 @@ class Win32SettingsDialogView : public SettingsDialogView {
       auto* create = reinterpret_cast<CREATESTRUCTW*>(lparam);
       ::SetWindowLongPtrW(window, GWLP_USERDATA,
                           reinterpret_cast<LONG_PTR>(create->lpCreateParams));
+      CountWindowMade(window);
+    } else if (message == WM_NCDESTROY) {
+      CountWindowGone(window);
     }
     auto* self =
         reinterpret_cast<Win32SettingsDialogView*>(::GetWindowLongPtrW(window, GWLP_USERDATA));
     if (self != nullptr) {
       switch (message) {
+        case WM_NCDESTROY:
+          // Destroyed from outside: the view lives on without a window.
+          self->Detach();
+          self->destroyed_ = true;
+          self->shown_ = false;
+          break;
         case WM_CLOSE:
           self->input_.CloseRequested();
           return 0;
@@ -320,6 +341,14 @@ class Win32SettingsDialogView : public SettingsDialogView {
     ::SetWindowPos(window_, nullptr, x, y, 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
   }
 
+  // The window is no longer this view's: no message reaches the view, and
+  // the handles of the window and its controls are forgotten.
+  void Detach() {
+    if (window_ != nullptr) ::SetWindowLongPtrW(window_, GWLP_USERDATA, 0);
+    window_ = nullptr;
+    controls_.clear();
+  }
+
   HWND Control(SettingsControl control) const {
     const auto found = controls_.find(control);
     return found == controls_.end() ? nullptr : found->second;
@@ -330,6 +359,7 @@ class Win32SettingsDialogView : public SettingsDialogView {
   std::map<SettingsControl, HWND> controls_;
   std::map<SettingsControl, bool> visible_;
   bool shown_ = false;
+  bool destroyed_ = false;  // from outside, while shown
 };
 
 int CALLBACK BrowseCallback(HWND window, UINT message, LPARAM, LPARAM start) {
@@ -372,7 +402,7 @@ std::unique_ptr<SettingsDialogView> Win32SettingsDialogPlatform::CreateView(
 
 bool UnregisterSettingsDialogClass() {
   if (!g_class_registered) return true;
-  if (g_open_dialogs > 0) return false;
+  // Refused by Windows while a window of the class exists.
   g_class_registered = ::UnregisterClassW(kSettingsDialogClassName, OwnModule()) == FALSE &&
                        ::GetLastError() != ERROR_CLASS_DOES_NOT_EXIST;
   return !g_class_registered;

@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/win32/library_windows.h"
 #include "platform/win32/wide_text.h"
 #include "syncwindow/frm_zv_sync.h"
 #include "util/error.h"
@@ -36,8 +37,11 @@ struct Win32WindowPlatform::Shared {
   std::map<UINT_PTR, std::weak_ptr<TimerState>> timers;
   UINT_PTR next_timer_id = 1;
   // The rest belongs to the thread that runs the pump.
-  Win32SyncView* shown = nullptr;  // the sync window that is shown
-  bool quit_held = false;          // a WM_QUIT taken out of the queue, to go back
+  // The sync windows that are shown, the one shown last at the end: an
+  // exchange started inside another one's wait shows its window over the
+  // first, and when it closes, the first is the shown one again.
+  std::vector<Win32SyncView*> shown;
+  bool quit_held = false;  // a WM_QUIT taken out of the queue, to go back
   WPARAM quit_code = 0;
   uint64_t rounds = 0;
   uint64_t waits = 0;
@@ -54,6 +58,9 @@ constexpr UINT kDestroyHelperMessage = WM_APP + 0x4B1;
 constexpr UINT kInterruptMessage = WM_APP + 0x4B2;
 // To a sync window: put the text appended since the last time into the pane.
 constexpr UINT kFlushLogMessage = WM_APP + 0x4B3;
+// To a hidden window: the sync window of the view numbered wparam was
+// destroyed from outside.
+constexpr UINT kWindowDestroyedMessage = WM_APP + 0x4B4;
 
 // At most this many messages are dispatched in one round: a host that
 // keeps posting itself messages cannot hold the wait in one call.
@@ -79,6 +86,10 @@ bool g_classes_registered = false;
 
 std::mutex g_live_mutex;
 std::vector<std::weak_ptr<Shared>> g_live;  // every platform object alive
+
+// Numbers the views, so that a message about one cannot reach another that
+// was made at the same address later.
+std::atomic<WPARAM> g_next_view_number{1};
 
 // Ctrl+C: noted by the console's thread, taken on the window's thread.
 std::atomic<bool> g_interrupt_pending{false};
@@ -238,7 +249,10 @@ class Win32Timer : public WindowTimer {
 class Win32SyncView : public SyncWindowView {
  public:
   Win32SyncView(std::weak_ptr<Shared> shared, SyncWindowInput& input, QuestionBox ask)
-      : shared_(std::move(shared)), input_(input), ask_(std::move(ask)) {}
+      : shared_(std::move(shared)),
+        input_(input),
+        ask_(std::move(ask)),
+        number_(g_next_view_number.fetch_add(1)) {}
   ~Win32SyncView() override { Close(); }
   Win32SyncView(const Win32SyncView&) = delete;
   Win32SyncView& operator=(const Win32SyncView&) = delete;
@@ -246,11 +260,15 @@ class Win32SyncView : public SyncWindowView {
   void Show(intptr_t owner) override {
     auto shared = shared_.lock();
     if (shared) {
-      shared->shown = this;
+      auto& shown = shared->shown;
+      shown.erase(std::remove(shown.begin(), shown.end(), this), shown.end());
+      shown.push_back(this);
       // Ctrl+C from now on goes to this thread's hidden window.
-      if (HWND helper = HelperOfThisThread(shared)) {
-        g_interrupt_window = helper;
-        if (g_interrupt_pending) ::PostMessageW(helper, kInterruptMessage, 0, 0);
+      interrupt_target_ = HelperOfThisThread(shared);
+      destroyed_unreported_ = false;  // a report of an earlier window is void
+      if (interrupt_target_ != nullptr) {
+        g_interrupt_window = interrupt_target_;
+        if (g_interrupt_pending) ::PostMessageW(interrupt_target_, kInterruptMessage, 0, 0);
       }
     }
     if (window_ == nullptr) Create(owner);
@@ -286,12 +304,18 @@ class Win32SyncView : public SyncWindowView {
     asking_ = true;
     const bool yes = ask_ ? ask_(window_, question) : AskWithMessageBox(window_, question);
     asking_ = false;
+    // The box went with the window: the input hears of it now, before
+    // the answer (whatever the box gave back) is taken.
+    if (TakeDestroyedReport()) input_.WindowDestroyed();
     return yes;
   }
 
   HWND Window() const { return window_; }
   SyncWindowInput& Input() { return input_; }
   bool Asking() const { return asking_; }
+  WPARAM Number() const { return number_; }
+  // Whether the destruction of the window is still to be reported (once).
+  bool TakeDestroyedReport() { return std::exchange(destroyed_unreported_, false); }
 
   LRESULT Handle(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
     switch (message) {
@@ -346,8 +370,11 @@ class Win32SyncView : public SyncWindowView {
         return 0;
       case WM_NCDESTROY:
         // Destroyed from outside (its owner went): the view lives on
-        // without a window.
-        if (window == window_) Detach();
+        // without a window, and its input hears of it.
+        if (window == window_) {
+          Detach();
+          ReportDestroyed();
+        }
         break;
       default:
         break;
@@ -476,13 +503,40 @@ class Win32SyncView : public SyncWindowView {
     ::DeleteObject(frame_pen);
   }
 
-  // This view is no longer the shown one: Ctrl+C has no window to go to,
-  // and a quit held back during the wait goes back to the host's loop.
+  // The input hears of the destruction from the thread's hidden window,
+  // after the code that destroyed the window has returned to a message
+  // loop, and only if this view is still shown by then (the exchange may
+  // have closed it meanwhile). Without a hidden window, at once.
+  void ReportDestroyed() noexcept {
+    destroyed_unreported_ = true;
+    try {
+      auto shared = shared_.lock();
+      HWND helper = shared ? HelperOfThisThread(shared) : nullptr;
+      if (helper != nullptr &&
+          ::PostMessageW(helper, kWindowDestroyedMessage, number_, 0) != FALSE) {
+        return;
+      }
+      if (TakeDestroyedReport()) input_.WindowDestroyed();
+    } catch (...) {
+      // Nothing leaves a window procedure; the input catches its own.
+    }
+  }
+
+  // This view is no longer shown. The one shown before it, if any, is the
+  // shown one again: Ctrl+C goes to it, and a quit held back during the
+  // wait is posted again, for its wait to meet (it ends that exchange as
+  // well) or, when no window is left, for the host's loop.
   void Forget() {
     auto shared = shared_.lock();
-    if (!shared || shared->shown != this) return;
-    shared->shown = nullptr;
-    g_interrupt_window = nullptr;
+    if (!shared) return;
+    auto& shown = shared->shown;
+    const auto found = std::find(shown.begin(), shown.end(), this);
+    if (found == shown.end()) return;
+    const bool was_last = found + 1 == shown.end();
+    shown.erase(found);
+    // A view closed under a newer one changes nothing for the newer one.
+    if (!was_last) return;
+    g_interrupt_window = shown.empty() ? nullptr : shown.back()->interrupt_target_;
     if (shared->quit_held) {
       shared->quit_held = false;
       ::PostQuitMessage(static_cast<int>(shared->quit_code));
@@ -506,14 +560,33 @@ class Win32SyncView : public SyncWindowView {
   std::wstring pending_;     // appended, not yet in the pane
   bool flush_posted_ = false;  // a kFlushLogMessage is on its way
   bool asking_ = false;
+  const WPARAM number_;
+  HWND interrupt_target_ = nullptr;  // this thread's hidden window, when shown
+  bool destroyed_unreported_ = false;
 };
 
 namespace {
+
+// The sync view shown last, or null.
+Win32SyncView* LastShown(const Shared& shared) {
+  return shared.shown.empty() ? nullptr : shared.shown.back();
+}
+
+// The shown view numbered `number`, or null.
+Win32SyncView* ShownNumbered(const Shared& shared, WPARAM number) {
+  for (Win32SyncView* view : shared.shown) {
+    if (view->Number() == number) return view;
+  }
+  return nullptr;
+}
 
 LRESULT CALLBACK SyncWindowProc(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
   if (message == WM_NCCREATE) {
     const auto* create = reinterpret_cast<const CREATESTRUCTW*>(lparam);
     ::SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(create->lpCreateParams));
+    CountWindowMade(window);
+  } else if (message == WM_NCDESTROY) {
+    CountWindowGone(window);
   }
   auto* view = reinterpret_cast<Win32SyncView*>(::GetWindowLongPtrW(window, GWLP_USERDATA));
   if (view == nullptr) return ::DefWindowProcW(window, message, wparam, lparam);
@@ -523,13 +596,14 @@ LRESULT CALLBACK SyncWindowProc(HWND window, UINT message, WPARAM wparam, LPARAM
 // Hands a noted Ctrl+C to the shown window as its close request. An
 // interrupt while the question is open belongs to that question.
 void TakeInterrupt(Shared& shared) {
-  if (!g_interrupt_pending || shared.shown == nullptr) return;  // waits for a window
-  if (shared.shown->Asking()) {
+  Win32SyncView* shown = LastShown(shared);
+  if (!g_interrupt_pending || shown == nullptr) return;  // waits for a window
+  if (shown->Asking()) {
     g_interrupt_pending = false;
     return;
   }
   g_interrupt_pending = false;
-  shared.shown->Input().CloseRequested();
+  shown->Input().CloseRequested();
   g_interrupt_pending = false;
 }
 
@@ -537,6 +611,7 @@ LRESULT CALLBACK HelperProc(HWND window, UINT message, WPARAM wparam, LPARAM lpa
   if (message == WM_NCCREATE) {
     const auto* create = reinterpret_cast<const CREATESTRUCTW*>(lparam);
     ::SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(create->lpCreateParams));
+    CountWindowMade(window);
   }
   auto* data = reinterpret_cast<HelperData*>(::GetWindowLongPtrW(window, GWLP_USERDATA));
   switch (message) {
@@ -559,12 +634,20 @@ LRESULT CALLBACK HelperProc(HWND window, UINT message, WPARAM wparam, LPARAM lpa
       if (shared) TakeInterrupt(*shared);
       return 0;
     }
+    case kWindowDestroyedMessage: {
+      std::shared_ptr<Shared> shared = data != nullptr ? data->shared.lock() : nullptr;
+      if (!shared) return 0;
+      Win32SyncView* view = ShownNumbered(*shared, wparam);
+      if (view != nullptr && view->TakeDestroyedReport()) view->Input().WindowDestroyed();
+      return 0;
+    }
     case kDestroyHelperMessage:
       ::DestroyWindow(window);
       return 0;
     case WM_NCDESTROY:
       ::SetWindowLongPtrW(window, GWLP_USERDATA, 0);
       delete data;
+      CountWindowGone(window);
       break;
     default:
       break;
@@ -672,8 +755,8 @@ Win32WindowPlatform::~Win32WindowPlatform() {
     shared_->quit_held = false;
     ::PostQuitMessage(static_cast<int>(shared_->quit_code));
   }
-  if (shared_->shown != nullptr) g_interrupt_window = nullptr;
-  shared_->shown = nullptr;
+  if (!shared_->shown.empty()) g_interrupt_window = nullptr;
+  shared_->shown.clear();
 }
 
 void Win32WindowPlatform::CatchInterrupt() {
@@ -718,7 +801,8 @@ bool Win32WindowPlatform::DispatchPending() {
     if (!::PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) break;
     any = true;
     if (message.message == WM_QUIT) {
-      if (shared_->shown == nullptr) {
+      Win32SyncView* shown = LastShown(*shared_);
+      if (shown == nullptr) {
         // No exchange waits: the quit goes straight back to the host's
         // loop, and this round ends here (peeking again would meet it).
         ::PostQuitMessage(static_cast<int>(message.wParam));
@@ -729,7 +813,7 @@ bool Win32WindowPlatform::DispatchPending() {
       const bool first = !shared_->quit_held;
       shared_->quit_held = true;
       shared_->quit_code = message.wParam;
-      if (first) shared_->shown->Input().QuitRequested();
+      if (first) shown->Input().QuitRequested();
       continue;
     }
     ::TranslateMessage(&message);

@@ -15,6 +15,7 @@
 #include "automation_client.h"
 #include "event_sink.h"
 #include "host_environment.h"
+#include "library_copy.h"
 #include "message_boxes.h"
 #include "screenshot.h"
 
@@ -228,6 +229,159 @@ TEST(ComSettingsDialog, AHostThatLetsGoWhileTheDialogIsOpenDoesNotPullItAway) {
   EXPECT_EQ(script.next, 1u);
   // The dialog went with the object.
   EXPECT_EQ(::FindWindowW(L"kdZentavoSettingsDialog", nullptr), nullptr);
+}
+
+// A watchdog for calls that might not return: after `milliseconds` it
+// posts a WM_QUIT, which ends the dialog's modal loop as the end of the
+// host's program does. Whether it had to is the test's to check.
+class Watchdog {
+ public:
+  explicit Watchdog(UINT milliseconds) {
+    fired_ = false;
+    timer_ = ::SetTimer(nullptr, 0, milliseconds, Fire);
+  }
+  ~Watchdog() {
+    ::KillTimer(nullptr, timer_);
+    // A quit it posted and the dialog passed on belongs to no one.
+    MSG message;
+    while (::PeekMessageW(&message, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE)) {
+    }
+  }
+  bool Fired() const { return fired_; }
+
+ private:
+  static void CALLBACK Fire(HWND, UINT, UINT_PTR timer, DWORD) {
+    ::KillTimer(nullptr, timer);
+    if (!fired_) ::PostQuitMessage(0);
+    fired_ = true;
+  }
+  static inline bool fired_ = false;
+  UINT_PTR timer_ = 0;
+};
+
+HWND NewHostWindow() {
+  return ::CreateWindowExW(0, L"STATIC", L"Halvex", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 0, 0, 400,
+                           300, nullptr, nullptr, nullptr, nullptr);
+}
+
+TEST(ComSettingsDialog, TheOwnerDestroyedWhileTheDialogIsOpenEndsItAsCancelled) {
+  const Obj zv = NewInterfaceWithFolders(L"C:\\zv\\bleibt");
+  const Obj before = zv.GetObj(L"Settings");
+  HWND owner = NewHostWindow();
+  ASSERT_NE(owner, nullptr);
+  MessageBoxAnswerer boxes;
+  HWND owner_seen = nullptr;
+  DWORD destroyed_at = 0;
+  Script script;
+  script.steps.push_back([&](HWND dialog) {
+    owner_seen = ::GetWindow(dialog, GW_OWNER);
+    SetText(dialog, kTxtFolder0, L"C:\\zv\\verworfen");
+    // The host's form goes, from the host's own timer, while the dialog
+    // is open: the dialog goes with it.
+    destroyed_at = ::GetTickCount();
+    ::DestroyWindow(owner);
+  });
+  Watchdog watchdog(8000);
+  g_script = &script;
+  const UINT_PTR timer = ::SetTimer(nullptr, 0, 200, Drive);
+  const Result shown = zv.Call(L"ShowSettings", {Var(static_cast<long>(
+                                                     reinterpret_cast<LONG_PTR>(owner))),
+                                                 Var(false)});
+  const DWORD returned_at = ::GetTickCount();
+  ::KillTimer(nullptr, timer);
+  g_script = nullptr;
+
+  ASSERT_EQ(shown.hr, S_OK);
+  EXPECT_EQ(script.next, 1u);
+  EXPECT_EQ(owner_seen, owner);
+  EXPECT_FALSE(watchdog.Fired()) << "ShowSettings did not return after its owner went";
+  EXPECT_LT(returned_at - destroyed_at, 1000u);
+  EXPECT_FALSE(::IsWindow(owner));
+  EXPECT_EQ(::FindWindowW(L"kdZentavoSettingsDialog", nullptr), nullptr);
+  // Cancelled: the settings are the same object, unchanged.
+  EXPECT_EQ(zv.GetObj(L"Settings").get(), before.get());
+  EXPECT_EQ(before.Get(L"DownloadPath").Text(), L"C:\\zv\\bleibt");
+  EXPECT_TRUE(boxes.Texts().empty());
+
+  // The dialog can be opened again and works as before.
+  Script again;
+  again.steps.push_back([](HWND dialog) {
+    SetText(dialog, kTxtFolder0, L"C:\\zv\\danach");
+    Click(dialog, IDOK);
+  });
+  ASSERT_EQ(ShowSettings(zv, false, again).hr, S_OK);
+  EXPECT_EQ(zv.GetObj(L"Settings").Get(L"DownloadPath").Text(), L"C:\\zv\\danach");
+}
+
+TEST(ComSettingsDialog, TheOwnerDestroyedInsideTheValidationStoresNothingThoughItSaysOK) {
+  const Obj zv = NewInterfaceWithFolders(L"C:\\zv\\bleibt");
+  const Obj before = zv.GetObj(L"Settings");
+  HWND owner = NewHostWindow();
+  ASSERT_NE(owner, nullptr);
+  MessageBoxAnswerer boxes;
+  int validations = 0;
+  auto* sink = new EventSink(EventInterfaceOf(zv), [&](DISPID id, DISPPARAMS& args) {
+    if (id == 6) {  // EinstellungenAmServiceValidieren: the form goes, the answer is "OK"
+      ++validations;
+      ::DestroyWindow(owner);
+      ::SysFreeString(*V_BSTRREF(&args.rgvarg[0]));
+      *V_BSTRREF(&args.rgvarg[0]) = ::SysAllocString(L"OK");
+    }
+    return S_OK;
+  });
+  ASSERT_NE(Connect(zv, sink), 0u);
+  Script script;
+  script.steps.push_back([](HWND dialog) {
+    SetText(dialog, kTxtFolder0, L"C:\\zv\\verworfen");
+    SetText(dialog, kTxtSystemName, L"PRAXIS");
+    Click(dialog, IDOK);
+  });
+  Watchdog watchdog(8000);
+  g_script = &script;
+  const UINT_PTR timer = ::SetTimer(nullptr, 0, 200, Drive);
+  const Result shown = zv.Call(L"ShowSettings", {Var(static_cast<long>(
+                                                     reinterpret_cast<LONG_PTR>(owner))),
+                                                 Var(true)});
+  ::KillTimer(nullptr, timer);
+  g_script = nullptr;
+
+  ASSERT_EQ(shown.hr, S_OK);
+  EXPECT_EQ(validations, 1);
+  EXPECT_FALSE(watchdog.Fired()) << "ShowSettings did not return after its owner went";
+  EXPECT_EQ(::FindWindowW(L"kdZentavoSettingsDialog", nullptr), nullptr);
+  EXPECT_EQ(zv.GetObj(L"Settings").get(), before.get());
+  EXPECT_EQ(before.Get(L"DownloadPath").Text(), L"C:\\zv\\bleibt");
+  EXPECT_EQ(before.Get(L"SystemName").Text(), L"");
+  EXPECT_TRUE(boxes.Texts().empty());
+  sink->Release();
+}
+
+TEST(ComSettingsDialog, ADialogWhoseOwnerWentLeavesNothingOfTheLibraryBehind) {
+  // A copy of the library of its own, so that its answer to
+  // DllCanUnloadNow is about this dialog only.
+  const std::wstring library = CopyLibraryInto(
+      WindowsPath((std::string(KDZV_HOST_WORK_DIR) + "/settings-owner-gone").c_str()));
+  ASSERT_FALSE(library.empty());
+  LibraryCopy copy(library);
+  ASSERT_TRUE(copy.object());
+  HWND owner = NewHostWindow();
+  ASSERT_NE(owner, nullptr);
+  MessageBoxAnswerer boxes;
+  Script script;
+  script.steps.push_back([&](HWND) { ::DestroyWindow(owner); });
+  Watchdog watchdog(8000);
+  g_script = &script;
+  const UINT_PTR timer = ::SetTimer(nullptr, 0, 200, Drive);
+  const Result shown = copy.object().Call(
+      L"ShowSettings", {Var(static_cast<long>(reinterpret_cast<LONG_PTR>(owner))), Var(false)});
+  ::KillTimer(nullptr, timer);
+  g_script = nullptr;
+  ASSERT_EQ(shown.hr, S_OK);
+  EXPECT_EQ(script.next, 1u);
+  EXPECT_FALSE(watchdog.Fired());
+  copy.Release();
+  // No window and no window class of the copy is left.
+  EXPECT_EQ(copy.CanUnloadNow(), S_OK);
 }
 
 }  // namespace

@@ -6,10 +6,13 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
 #include "automation_client.h"
+#include "event_sink.h"
 #include "host_environment.h"
 #include "message_boxes.h"
 
@@ -123,19 +126,27 @@ void CALLBACK HostTimer(HWND, UINT, UINT_PTR, DWORD) {
   }
 }
 
-TEST(ComWait, TheCancelQuestionAnsweredNoThenYesWhileTheHostsTimerFires) {
-  const std::wstring dir = NewFolder("wait-cancel");
+// An interface object on fresh, empty folders; nobody answers its message.
+Obj NewSilentExchange(const std::string& name) {
+  const std::wstring dir = NewFolder(name);
   for (const wchar_t* sub : {L"\\up", L"\\down", L"\\depot"}) {
     ::CreateDirectoryW((dir + sub).c_str(), nullptr);
   }
   HRESULT hr = E_FAIL;
-  const Obj zv = Obj::Create(L"kdZentavo.kdZVInterface", &hr);
-  ASSERT_EQ(hr, S_OK);
+  Obj zv = Obj::Create(L"kdZentavo.kdZVInterface", &hr);
+  EXPECT_EQ(hr, S_OK);
   const Obj settings = zv.GetObj(L"Settings");
-  ASSERT_EQ(settings.Put(L"DownloadPath", dir + L"\\down"), S_OK);
-  ASSERT_EQ(settings.Put(L"UploadPath", dir + L"\\up"), S_OK);
-  ASSERT_EQ(settings.Put(L"AblagePath", dir + L"\\depot"), S_OK);
-  ASSERT_EQ(settings.Put(L"FilePraefix", L"HX"), S_OK);
+  EXPECT_EQ(settings.Put(L"DownloadPath", dir + L"\\down"), S_OK);
+  EXPECT_EQ(settings.Put(L"UploadPath", dir + L"\\up"), S_OK);
+  EXPECT_EQ(settings.Put(L"AblagePath", dir + L"\\depot"), S_OK);
+  EXPECT_EQ(settings.Put(L"FilePraefix", L"HX"), S_OK);
+  EXPECT_EQ(settings.Put(L"DoLog", true), S_OK);
+  return zv;
+}
+
+TEST(ComWait, TheCancelQuestionAnsweredNoThenYesWhileTheHostsTimerFires) {
+  const Obj zv = NewSilentExchange("wait-cancel");
+  ASSERT_TRUE(zv);
 
   HWND host_window = ::CreateWindowExW(0, L"STATIC", L"Halvex", WS_OVERLAPPEDWINDOW, 0, 0, 300,
                                        200, nullptr, nullptr, nullptr, nullptr);
@@ -188,6 +199,130 @@ TEST(ComWait, AMissingDownloadFolderIsReportedInABox) {
   EXPECT_EQ(boxes.Texts()[0].rfind(L"Fehler: Der eingestellte Downloadpfad existiert nicht: " +
                                        missing, 0),
             0u);
+}
+
+// The window went: the exchange is cancelled without the question, with
+// this line in the log pane, OnSyncLog and the log.
+constexpr const wchar_t kWindowGoneLine[] =
+    L"Abbruch: Das Synchronisationsfenster wurde geschlossen.";
+
+// What the host sees of an exchange whose owner window it destroys.
+struct OwnerGone {
+  HWND host_window = nullptr;
+  bool destroy_from_timer = true;  // or inside OnSyncLog
+  int ticks = 0;
+  DWORD destroyed_at = 0;
+  bool quit_posted = false;  // the watchdog had to end the wait
+  std::vector<std::wstring> lines;
+  int depth = 0;              // OnSyncLog handlers running
+  bool nested_line = false;   // a line arrived inside another's handler
+  size_t lines_at_destroy = 0;
+};
+OwnerGone* g_gone = nullptr;
+
+void DestroyOwner(OwnerGone& gone) {
+  if (gone.destroyed_at != 0 || ::FindWindowW(L"kdZentavoSyncWindow", nullptr) == nullptr) return;
+  gone.destroyed_at = ::GetTickCount();
+  gone.lines_at_destroy = gone.lines.size();
+  ::DestroyWindow(gone.host_window);
+}
+
+void CALLBACK OwnerGoneTimer(HWND, UINT, UINT_PTR, DWORD) {
+  OwnerGone& gone = *g_gone;
+  ++gone.ticks;
+  if (gone.destroy_from_timer && gone.ticks == 3) DestroyOwner(gone);
+  // A watchdog: a wait that goes on after its window went is ended as the
+  // end of the host's program ends it.
+  if (gone.destroyed_at != 0 && !gone.quit_posted && ::GetTickCount() - gone.destroyed_at > 8000) {
+    gone.quit_posted = true;
+    ::PostQuitMessage(0);
+  }
+}
+
+// Runs StartSync owned by a new host window that goes during the wait;
+// StartSync's answer.
+long RunWithOwnerGone(const Obj& zv, OwnerGone& gone) {
+  gone.host_window = ::CreateWindowExW(0, L"STATIC", L"Halvex", WS_OVERLAPPEDWINDOW | WS_VISIBLE,
+                                       0, 0, 300, 200, nullptr, nullptr, nullptr, nullptr);
+  EXPECT_NE(gone.host_window, nullptr);
+  auto* sink = new EventSink(EventInterfaceOf(zv), [&gone](DISPID id, DISPPARAMS& args) {
+    if (id != 2) return S_OK;  // OnSyncLog
+    if (gone.depth > 0) gone.nested_line = true;
+    ++gone.depth;
+    gone.lines.emplace_back(*V_BSTRREF(&args.rgvarg[0]),
+                            ::SysStringLen(*V_BSTRREF(&args.rgvarg[0])));
+    if (!gone.destroy_from_timer && gone.lines.back() == L"Warten auf Antwort ...") {
+      DestroyOwner(gone);
+    }
+    --gone.depth;
+    return S_OK;
+  });
+  EXPECT_NE(Connect(zv, sink), 0u);
+  g_gone = &gone;
+  const UINT_PTR timer = ::SetTimer(nullptr, 0, 300, OwnerGoneTimer);
+  auto* form = new FormObject(gone.host_window);
+  VARIANTARG owner;
+  ::VariantInit(&owner);
+  V_VT(&owner) = VT_DISPATCH;
+  V_DISPATCH(&owner) = form;
+  const Result synced = CallStartSync(zv, owner);
+  const DWORD returned_at = ::GetTickCount();
+  ::KillTimer(nullptr, timer);
+  g_gone = nullptr;
+  form->Release();
+  sink->Release();
+  // A quit the watchdog posted went back to the host's loop at the end.
+  MSG message;
+  while (::PeekMessageW(&message, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE)) {
+  }
+  EXPECT_EQ(synced.hr, S_OK);
+  EXPECT_NE(gone.destroyed_at, 0u) << "the owner was never destroyed";
+  EXPECT_FALSE(gone.quit_posted) << "StartSync went on waiting after its window went";
+  EXPECT_LT(returned_at - gone.destroyed_at, 2000u);
+  EXPECT_FALSE(::IsWindow(gone.host_window));
+  EXPECT_EQ(::FindWindowW(L"kdZentavoSyncWindow", nullptr), nullptr);
+  return synced.value.Long();
+}
+
+std::string LibraryLog() {
+  std::wstring path = LibraryPath();
+  path = path.substr(0, path.find_last_of(L'.')) + L".log";
+  std::ifstream in(path.c_str(), std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+TEST(ComWait, TheOwnerDestroyedDuringTheWaitCancelsWithoutTheQuestion) {
+  const Obj zv = NewSilentExchange("wait-owner-gone");
+  MessageBoxAnswerer boxes(IDNO);  // a question would keep the exchange going
+  OwnerGone gone;
+  EXPECT_EQ(RunWithOwnerGone(zv, gone), 4);  // ZV_Error_Cancel
+  EXPECT_TRUE(boxes.Texts().empty());
+  // The line, then the end of a cancelled exchange, and nothing else.
+  ASSERT_GE(gone.lines.size(), gone.lines_at_destroy + 2);
+  EXPECT_EQ(gone.lines[gone.lines_at_destroy], kWindowGoneLine);
+  EXPECT_EQ(gone.lines[gone.lines_at_destroy + 1], L"Synchronisation abgebrochen.");
+  EXPECT_EQ(gone.lines.size(), gone.lines_at_destroy + 2);
+  EXPECT_FALSE(gone.nested_line);
+  EXPECT_NE(LibraryLog().find("[SyncForm_OnLog] Abbruch: Das Synchronisationsfenster wurde "
+                              "geschlossen."),
+            std::string::npos);
+}
+
+TEST(ComWait, TheOwnerDestroyedInsideAnEventCancelsWhenTheEventHasReturned) {
+  const Obj zv = NewSilentExchange("wait-owner-gone-in-event");
+  MessageBoxAnswerer boxes(IDNO);
+  OwnerGone gone;
+  gone.destroy_from_timer = false;
+  EXPECT_EQ(RunWithOwnerGone(zv, gone), 4);  // ZV_Error_Cancel
+  EXPECT_TRUE(boxes.Texts().empty());
+  // The line of the handler that destroyed the window came first; the
+  // cancel's line only after that handler had returned.
+  ASSERT_GE(gone.lines_at_destroy, 1u);
+  EXPECT_EQ(gone.lines[gone.lines_at_destroy - 1], L"Warten auf Antwort ...");
+  ASSERT_GE(gone.lines.size(), gone.lines_at_destroy + 2);
+  EXPECT_EQ(gone.lines[gone.lines_at_destroy], kWindowGoneLine);
+  EXPECT_EQ(gone.lines[gone.lines_at_destroy + 1], L"Synchronisation abgebrochen.");
+  EXPECT_FALSE(gone.nested_line);
 }
 
 }  // namespace

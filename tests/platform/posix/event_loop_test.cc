@@ -24,9 +24,11 @@ class CountingInput : public SyncWindowInput {
   void CancelClicked() override { ++cancels; }
   void CloseRequested() override { ++closes; }
   void QuitRequested() override { ++quits; }
+  void WindowDestroyed() override { ++destroyed; }
   int cancels = 0;
   int closes = 0;
   int quits = 0;
+  int destroyed = 0;
 };
 
 int64_t MillisecondsSince(Clock::time_point start) {
@@ -303,6 +305,7 @@ TEST_F(EventLoopInterruptTest, InterruptDuringTheQuestionBelongsToIt) {
       raise(SIGINT);  // pressed again while the question is open
     }
     void QuitRequested() override {}
+    void WindowDestroyed() override {}
     int closes = 0;
   } input;
   auto view = loop.CreateView(input);

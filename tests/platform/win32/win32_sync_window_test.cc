@@ -9,10 +9,12 @@
 #include <atomic>
 #include <chrono>
 #include <cstdio>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "platform/win32/library_windows.h"
 #include "platform/win32/wide_text.h"
 #include "support/fake_window.h"
 #include "support/fakes.h"
@@ -34,9 +36,11 @@ class CountingInput : public SyncWindowInput {
   void CancelClicked() override { ++cancels; }
   void CloseRequested() override { ++closes; }
   void QuitRequested() override { ++quits; }
+  void WindowDestroyed() override { ++destroyed; }
   int cancels = 0;
   int closes = 0;
   int quits = 0;
+  int destroyed = 0;
 };
 
 int64_t MillisecondsSince(Clock::time_point start) {
@@ -592,6 +596,165 @@ TEST_F(Win32SyncWindowTest, TheWatchTimerOfTheSyncWindowPollsTheFolder) {
   EXPECT_THAT(owner.Raised(), ElementsAre("OnNewFile:HX1_2.xml"));
   EXPECT_TRUE(window.WatchTimer().Enabled());
   window.Unload();
+}
+
+HWND NewHostWindow() {
+  return ::CreateWindowExW(0, L"STATIC", L"Halvex", WS_OVERLAPPEDWINDOW, 0, 0, 300, 200, nullptr,
+                           nullptr, nullptr, nullptr);
+}
+
+constexpr char kDestroyedLine[] = "\r\nAbbruch: Das Synchronisationsfenster wurde geschlossen.";
+
+TEST_F(Win32SyncWindowTest, AWindowDestroyedWithItsOwnerIsReportedOnceAfterwards) {
+  HWND host = NewHostWindow();
+  ASSERT_NE(host, nullptr);
+  CountingInput input;
+  auto view = platform.CreateView(input);
+  view->Show(reinterpret_cast<intptr_t>(host));
+  ::DestroyWindow(host);
+  // Not inside the host's DestroyWindow: once the thread runs its messages.
+  EXPECT_EQ(input.destroyed, 0);
+  EXPECT_TRUE(PumpUntil([&] { return input.destroyed > 0; }, 20));
+  for (int i = 0; i < 3; ++i) platform.RunPending(20);
+  EXPECT_EQ(input.destroyed, 1);
+  EXPECT_EQ(input.closes + input.cancels + input.quits, 0);
+  view->Close();
+}
+
+TEST_F(Win32SyncWindowTest, AWindowClosedByCodeIsNotReportedAsDestroyed) {
+  HWND host = NewHostWindow();
+  ASSERT_NE(host, nullptr);
+  CountingInput input;
+  auto view = platform.CreateView(input);
+  view->Show(reinterpret_cast<intptr_t>(host));
+  view->Close();
+  ::DestroyWindow(host);
+  for (int i = 0; i < 3; ++i) platform.RunPending(20);
+  EXPECT_EQ(input.destroyed, 0);
+
+  // Destroyed, but closed by the exchange before the report came: the
+  // view is no longer shown, and the report is dropped.
+  HWND second_host = NewHostWindow();
+  CountingInput second;
+  auto second_view = platform.CreateView(second);
+  second_view->Show(reinterpret_cast<intptr_t>(second_host));
+  ::DestroyWindow(second_host);
+  second_view->Close();
+  for (int i = 0; i < 3; ++i) platform.RunPending(20);
+  EXPECT_EQ(second.destroyed, 0);
+}
+
+TEST_F(Win32SyncWindowTest, TheOwnerGoneEndsTheSyncWindowsExchangeAsACancelWithoutTheQuestion) {
+  HWND host = NewHostWindow();
+  ASSERT_NE(host, nullptr);
+  test::MemoryFileSystem fs;
+  fs.folders.insert("/down");
+  test::RecordingWindowEvents owner;
+  frmZVSync window(platform, fs, owner);
+  window.ClearLog();
+  window.Show(reinterpret_cast<intptr_t>(host));
+  ASSERT_TRUE(window.StartWatch("/down", 500));
+  answer = false;  // a question would keep the exchange going
+  ::DestroyWindow(host);
+  EXPECT_TRUE(PumpUntil([&] { return !owner.Raised().empty(); }, 20));
+  EXPECT_THAT(owner.Raised(), ElementsAre("OnCancel"));
+  EXPECT_THAT(questions, IsEmpty());
+  EXPECT_FALSE(window.WatchTimer().Enabled());
+  EXPECT_EQ(window.LogText(), kDestroyedLine);
+  window.Unload();
+}
+
+TEST_F(Win32SyncWindowTest, TheOwnerGoneWhileTheQuestionIsOpenCancelsWithoutTheAnswer) {
+  HWND host = NewHostWindow();
+  ASSERT_NE(host, nullptr);
+  test::MemoryFileSystem fs;
+  fs.folders.insert("/down");
+  test::RecordingWindowEvents owner;
+  frmZVSync window(platform, fs, owner);
+  window.ClearLog();
+  window.Show(reinterpret_cast<intptr_t>(host));
+  ASSERT_TRUE(window.StartWatch("/down", 500));
+  on_ask = [&] { ::DestroyWindow(host); };
+  answer = true;
+  HWND shown = ::FindWindowW(kSyncWindowClassName, nullptr);
+  ASSERT_NE(shown, nullptr);
+  ::PostMessageW(::GetDlgItem(shown, kCancelButtonId), BM_CLICK, 0, 0);
+  EXPECT_TRUE(PumpUntil([&] { return !owner.Raised().empty(); }, 20));
+  for (int i = 0; i < 3; ++i) platform.RunPending(20);
+  EXPECT_THAT(questions, ElementsAre(kQuestion));
+  EXPECT_THAT(owner.Raised(), ElementsAre("OnCancel"));
+  EXPECT_EQ(window.LogText(), kDestroyedLine);
+  window.Unload();
+}
+
+// Two views of the platform, the inner one shown over the outer one.
+struct TwoShownViews {
+  explicit TwoShownViews(Win32WindowPlatform& platform)
+      : outer(platform.CreateView(first)), inner(platform.CreateView(second)) {
+    outer->Show(0);
+    inner->Show(0);
+  }
+  CountingInput first, second;
+  std::unique_ptr<SyncWindowView> outer, inner;
+};
+
+TEST_F(Win32SyncWindowTest, AWindowShownOverAnotherGivesItBackWhenItCloses) {
+  TwoShownViews views(platform);
+  views.inner->Close();
+  // The outer window is the shown one again: a quit cancels its exchange
+  // and is held for it.
+  ::PostQuitMessage(5);
+  platform.RunPending(100);
+  EXPECT_EQ(views.first.quits, 1);
+  EXPECT_EQ(views.second.quits, 0);
+  EXPECT_THAT(TakeQuits(), IsEmpty());
+  views.outer->Close();
+  EXPECT_THAT(TakeQuits(), ElementsAre(5u));
+}
+
+TEST_F(Win32SyncWindowTest, AQuitDuringTheInnerWaitEndsBothWaits) {
+  TwoShownViews views(platform);
+  ::PostQuitMessage(7);
+  platform.RunPending(100);
+  EXPECT_EQ(views.second.quits, 1);
+  EXPECT_EQ(views.first.quits, 0);
+  views.inner->Close();  // the inner exchange ends; its quit goes on to the outer wait
+  platform.RunPending(100);
+  EXPECT_EQ(views.first.quits, 1);
+  EXPECT_THAT(TakeQuits(), IsEmpty());
+  views.outer->Close();
+  EXPECT_THAT(TakeQuits(), ElementsAre(7u));
+}
+
+TEST_F(Win32SyncWindowTest, AWindowClosedUnderANewerOneChangesNothingForIt) {
+  TwoShownViews views(platform);
+  views.outer->Close();
+  ::PostQuitMessage(9);
+  platform.RunPending(100);
+  EXPECT_EQ(views.second.quits, 1);
+  EXPECT_EQ(views.first.quits, 0);
+  EXPECT_THAT(TakeQuits(), IsEmpty());
+  views.inner->Close();
+  EXPECT_THAT(TakeQuits(), ElementsAre(9u));
+}
+
+TEST_F(Win32SyncWindowTest, TheLibrarysWindowsAndClassesAreCounted) {
+  CountingInput input;
+  auto view = platform.CreateView(input);
+  view->Show(0);  // also makes this thread's hidden window
+  const long shown = LiveLibraryWindows();
+  EXPECT_GE(shown, 2);
+  EXPECT_EQ(RegisteredLibraryClasses(), 2);  // the settings dialog's is not here
+  view->Close();
+  EXPECT_EQ(LiveLibraryWindows(), shown - 1);
+  HWND host = NewHostWindow();
+  view->Show(reinterpret_cast<intptr_t>(host));
+  EXPECT_EQ(LiveLibraryWindows(), shown);
+  ::DestroyWindow(host);  // from outside
+  EXPECT_EQ(LiveLibraryWindows(), shown - 1);
+  for (int i = 0; i < 3; ++i) platform.RunPending(20);
+  view->Close();
+  EXPECT_TRUE(LibraryWindowsLeft());
 }
 
 class Win32SyncWindowInterruptTest : public Win32SyncWindowTest {

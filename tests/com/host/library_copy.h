@@ -1,0 +1,52 @@
+// A copy of the library loaded from a folder of its own, with its class
+// object asked directly, as COM would after reading the registry. A copy has
+// its own process state (session number and log beside it, window classes,
+// object count), so a test can see it start anew and ask it whether it may
+// be unloaded.
+#ifndef KDZV_TESTS_COM_HOST_LIBRARY_COPY_H_
+#define KDZV_TESTS_COM_HOST_LIBRARY_COPY_H_
+
+#include <windows.h>
+
+#include <string>
+
+#include "automation_client.h"
+
+namespace kdzv::host {
+
+class LibraryCopy {
+ public:
+  // Loads the library at `path`; with `make_object`, also makes an
+  // interface object on this thread (object()).
+  explicit LibraryCopy(const std::wstring& path, bool make_object = true);
+  ~LibraryCopy();
+  LibraryCopy(const LibraryCopy&) = delete;
+  LibraryCopy& operator=(const LibraryCopy&) = delete;
+
+  bool loaded() const { return module_ != nullptr; }
+  const Obj& object() const { return object_; }
+  // A new interface object of the copy, made on the calling thread (which
+  // must have entered COM); empty when it cannot be made.
+  Obj NewInterface() const;
+
+  // The library's answer to DllCanUnloadNow, which COM asks before it
+  // unloads one: S_OK when nothing of it is alive.
+  HRESULT CanUnloadNow() const;
+  // Lets go of the object, as the host's last reference does.
+  void Release() { object_ = Obj(); }
+
+ private:
+  HMODULE module_ = nullptr;
+  Obj object_;
+};
+
+// Copies the library under test into `folder` (made anew, emptied first)
+// and answers the copy's full path; empty when it cannot.
+std::wstring CopyLibraryInto(const std::wstring& folder);
+
+// Removes `folder` with everything in it.
+void RemoveTree(const std::wstring& folder);
+
+}  // namespace kdzv::host
+
+#endif  // KDZV_TESTS_COM_HOST_LIBRARY_COPY_H_
