@@ -57,7 +57,10 @@ void LockServer(bool lock) {
 }
 
 bool CanUnload() {
-  if (g_objects != 0 || g_locks != 0) return false;
+  {
+    OwnerLock lock;
+    if (g_objects != 0 || g_creations != 0 || g_locks != 0) return false;
+  }
   // Nothing of ours is in use: what the process still keeps of the library
   // goes now. It may then be unloaded only when no window and no window
   // class of it is left: a hidden window of another thread is only asked to

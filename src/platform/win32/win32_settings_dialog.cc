@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/win32/guarded_window_proc.h"
 #include "platform/win32/library_windows.h"
 #include "platform/win32/wide_text.h"
 #include "platform/win32/win32_sync_window.h"
@@ -216,6 +217,11 @@ class Win32SettingsDialogView : public SettingsDialogView {
   }
 
   static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
+    return GuardedWindowProc("frmSettings", "WindowProc",
+                             [&] { return ProcedureBody(window, message, wparam, lparam); });
+  }
+
+  static LRESULT ProcedureBody(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
     if (message == WM_NCCREATE) {
       auto* create = reinterpret_cast<CREATESTRUCTW*>(lparam);
       ::SetWindowLongPtrW(window, GWLP_USERDATA,

@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/win32/guarded_window_proc.h"
 #include "platform/win32/library_windows.h"
 #include "platform/win32/wide_text.h"
 #include "syncwindow/frm_zv_sync.h"
@@ -580,7 +581,7 @@ Win32SyncView* ShownNumbered(const Shared& shared, WPARAM number) {
   return nullptr;
 }
 
-LRESULT CALLBACK SyncWindowProc(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
+LRESULT SyncWindowProcBody(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
   if (message == WM_NCCREATE) {
     const auto* create = reinterpret_cast<const CREATESTRUCTW*>(lparam);
     ::SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(create->lpCreateParams));
@@ -607,7 +608,12 @@ void TakeInterrupt(Shared& shared) {
   g_interrupt_pending = false;
 }
 
-LRESULT CALLBACK HelperProc(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
+LRESULT CALLBACK SyncWindowProc(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
+  return GuardedWindowProc("frmZVSync", "WindowProc",
+                           [&] { return SyncWindowProcBody(window, message, wparam, lparam); });
+}
+
+LRESULT HelperProcBody(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
   if (message == WM_NCCREATE) {
     const auto* create = reinterpret_cast<const CREATESTRUCTW*>(lparam);
     ::SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(create->lpCreateParams));
@@ -653,6 +659,11 @@ LRESULT CALLBACK HelperProc(HWND window, UINT message, WPARAM wparam, LPARAM lpa
       break;
   }
   return ::DefWindowProcW(window, message, wparam, lparam);
+}
+
+LRESULT CALLBACK HelperProc(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
+  return GuardedWindowProc("frmZVSync", "HelperProc",
+                           [&] { return HelperProcBody(window, message, wparam, lparam); });
 }
 
 bool InteractiveDesktop() {
