@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <ctime>
 #include <utility>
+#include <vector>
 
 #include "platform/posix/terminal_view.h"
 
@@ -26,9 +27,13 @@ struct EventLoop::TimerState {
 struct EventLoop::Shared {
   std::vector<std::weak_ptr<TimerState>> timers;
   uint64_t next_order = 0;
-  // The window that is shown (one at a time) and the view that showed it.
-  SyncWindowInput* shown_input = nullptr;
-  const void* shown_view = nullptr;
+  // The windows that are shown, the newest last, each with the view that
+  // showed it: when one closes, the one before it is the shown one again.
+  std::vector<std::pair<const void*, SyncWindowInput*>> shown;
+  SyncWindowInput* ShownInput() const { return shown.empty() ? nullptr : shown.back().second; }
+  void Forget(const void* view) {
+    std::erase_if(shown, [view](const auto& entry) { return entry.first == view; });
+  }
 };
 
 namespace {
@@ -92,8 +97,8 @@ class LoopView : public SyncWindowView {
   void Show(intptr_t owner) override {
     inner_->Show(owner);
     if (auto shared = shared_.lock()) {
-      shared->shown_input = &input_;
-      shared->shown_view = this;
+      shared->Forget(this);
+      shared->shown.emplace_back(this, &input_);
     }
   }
   void Close() override {
@@ -106,11 +111,7 @@ class LoopView : public SyncWindowView {
 
  private:
   void Forget() {
-    auto shared = shared_.lock();
-    if (shared && shared->shown_view == this) {
-      shared->shown_input = nullptr;
-      shared->shown_view = nullptr;
-    }
+    if (auto shared = shared_.lock()) shared->Forget(this);
   }
 
   std::weak_ptr<EventLoop::Shared> shared_;
@@ -166,9 +167,9 @@ std::unique_ptr<SyncWindowView> EventLoop::CreateView(SyncWindowInput& input) {
 }
 
 bool EventLoop::DeliverInterrupt() {
-  if (g_interrupted == 0 || shared_->shown_input == nullptr) return false;
+  if (g_interrupted == 0 || shared_->ShownInput() == nullptr) return false;
   g_interrupted = 0;
-  shared_->shown_input->CloseRequested();
+  shared_->ShownInput()->CloseRequested();
   // An interrupt while the question was open belongs to that question.
   g_interrupted = 0;
   return true;
@@ -224,7 +225,7 @@ void EventLoop::RunPending(int32_t max_wait_ms) {
   pthread_sigmask(SIG_BLOCK, &interrupt_only, &previous);
   sigset_t during_wait = previous;
   if (g_installed) sigdelset(&during_wait, SIGINT);
-  if (g_interrupted == 0 || shared_->shown_input == nullptr) {
+  if (g_interrupted == 0 || shared_->ShownInput() == nullptr) {
     const auto wait = deadline - Clock::now();
     if (wait > Clock::duration::zero()) {
       const auto ns = std::chrono::duration_cast<std::chrono::nanoseconds>(wait).count();

@@ -280,6 +280,27 @@ TEST_F(EventLoopInterruptTest, ClosedWindowGetsNoInterrupt) {
   EXPECT_EQ(other_input.closes, 0);
 }
 
+TEST_F(EventLoopInterruptTest, ClosingTheNewerWindowGivesTheInterruptBackToTheOneBefore) {
+  CountingInput first_input;
+  CountingInput second_input;
+  auto first = loop.CreateView(first_input);
+  auto second = loop.CreateView(second_input);
+  first->Show(0);
+  second->Show(0);
+  second->Close();
+  raise(SIGINT);
+  loop.RunPending(0);
+  EXPECT_EQ(first_input.closes, 1);
+  EXPECT_EQ(second_input.closes, 0);
+  // An older window that closes leaves the newer one shown.
+  second->Show(0);
+  first->Close();
+  raise(SIGINT);
+  loop.RunPending(0);
+  EXPECT_EQ(second_input.closes, 1);
+  EXPECT_EQ(first_input.closes, 1);
+}
+
 TEST_F(EventLoopInterruptTest, InterruptWakesTheSleep) {
   CountingInput input;
   auto view = loop.CreateView(input);
