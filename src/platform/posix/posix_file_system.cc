@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -81,6 +82,27 @@ bool IsRegularFile(DIR* dir, const dirent& entry) {
   struct stat info {};
   return ::fstatat(::dirfd(dir), entry.d_name, &info, AT_SYMLINK_NOFOLLOW) == 0 &&
          S_ISREG(info.st_mode);
+}
+
+// The entry described by `info` (from lstat()), without its name.
+FolderEntry EntryOf(const struct stat& info) {
+  FolderEntry entry;
+  if (S_ISREG(info.st_mode)) {
+    entry.kind = FolderEntry::Kind::kFile;
+    entry.size = static_cast<uint64_t>(info.st_size);
+  } else if (S_ISDIR(info.st_mode)) {
+    entry.kind = FolderEntry::Kind::kFolder;
+  } else if (S_ISLNK(info.st_mode)) {
+    entry.kind = FolderEntry::Kind::kLink;
+  }
+  struct tm local {};
+  const time_t written = info.st_mtime;
+  if (::localtime_r(&written, &local) != nullptr) {
+    entry.last_write = DateTime::FromFields({local.tm_year + 1900, local.tm_mon + 1,
+                                             local.tm_mday, local.tm_hour, local.tm_min,
+                                             local.tm_sec});
+  }
+  return entry;
 }
 
 // Removes a temporary file unless it was renamed to its final name.
@@ -301,6 +323,52 @@ bool PosixFileSystem::TryExclusiveAccess(std::string_view path_view) {
   if ((info.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0) return false;
   // Released again when the descriptor closes.
   return ::flock(file.get(), LOCK_EX | LOCK_NB) == 0;
+}
+
+std::vector<FolderEntry> PosixFileSystem::ListEntries(std::string_view folder_view) {
+  const std::string folder(folder_view);
+  UniqueDir dir(folder.empty() ? nullptr : ::opendir(folder.c_str()));
+  if (!dir) {
+    const int error = folder.empty() ? ENOENT : errno;
+    RaiseFileError(error, "ListEntries", error == ENOENT);
+  }
+  std::vector<FolderEntry> entries;
+  for (;;) {
+    errno = 0;
+    const dirent* found = ::readdir(dir.get());
+    if (found == nullptr) {
+      if (errno != 0) RaiseFileError(errno, "ListEntries");
+      break;
+    }
+    const std::string_view name(found->d_name);
+    if (name == "." || name == "..") continue;
+    struct stat info {};
+    if (::fstatat(::dirfd(dir.get()), found->d_name, &info, AT_SYMLINK_NOFOLLOW) != 0) continue;
+    FolderEntry entry = EntryOf(info);
+    entry.name = name;
+    entries.push_back(std::move(entry));
+  }
+  return entries;
+}
+
+std::optional<FolderEntry> PosixFileSystem::EntryAt(std::string_view path) {
+  if (path.empty()) return std::nullopt;
+  struct stat info {};
+  if (::lstat(std::string(path).c_str(), &info) != 0) return std::nullopt;
+  return EntryOf(info);
+}
+
+void PosixFileSystem::RenameReplacing(std::string_view source_view,
+                                      std::string_view target_view) {
+  const std::string source(source_view);
+  const std::string target(target_view);
+  struct stat info {};
+  if (::lstat(source.c_str(), &info) != 0) RaisePathError(errno, source, "RenameReplacing");
+  if (S_ISDIR(info.st_mode)) RaiseStandard(err::kPermissionDenied, "RenameReplacing");
+  if (!S_ISREG(info.st_mode)) RaiseStandard(err::kPathFileAccess, "RenameReplacing");
+  if (::rename(source.c_str(), target.c_str()) != 0) {
+    RaisePathError(errno, target, "RenameReplacing");
+  }
 }
 
 }  // namespace kdzv::posix

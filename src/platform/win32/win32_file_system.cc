@@ -91,6 +91,35 @@ class FindHandle {
   HANDLE handle_;
 };
 
+// A file time (UTC) as local time, to the second; the zero date when it
+// cannot be converted.
+DateTime LocalDateTime(const FILETIME& written) {
+  SYSTEMTIME utc{};
+  SYSTEMTIME local{};
+  if (!::FileTimeToSystemTime(&written, &utc) ||
+      !::SystemTimeToTzSpecificLocalTime(nullptr, &utc, &local)) {
+    return DateTime();
+  }
+  return DateTime::FromFields({local.wYear, local.wMonth, local.wDay, local.wHour, local.wMinute,
+                               local.wSecond});
+}
+
+// The entry described by `attributes`, `written` and the size halves,
+// without its name.
+FolderEntry EntryOf(DWORD attributes, const FILETIME& written, DWORD size_high, DWORD size_low) {
+  FolderEntry entry;
+  if ((attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) {
+    entry.kind = FolderEntry::Kind::kLink;
+  } else if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+    entry.kind = FolderEntry::Kind::kFolder;
+  } else {
+    entry.kind = FolderEntry::Kind::kFile;
+    entry.size = (static_cast<uint64_t>(size_high) << 32) | size_low;
+  }
+  entry.last_write = LocalDateTime(written);
+  return entry;
+}
+
 }  // namespace
 
 void Win32FileSystem::AppendToFile(std::string_view path, std::string_view text) {
@@ -207,6 +236,55 @@ bool Win32FileSystem::TryExclusiveAccess(std::string_view path) {
   UniqueHandle file(::CreateFileW(wide.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
                                   OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
   return file.valid();
+}
+
+std::vector<FolderEntry> Win32FileSystem::ListEntries(std::string_view folder) {
+  if (folder.empty()) RaiseFileError(ERROR_PATH_NOT_FOUND, "ListEntries");
+  WIN32_FIND_DATAW found{};
+  const std::wstring pattern = Widen(BuildPath(folder, "*"));
+  FindHandle find(::FindFirstFileW(pattern.c_str(), &found));
+  std::vector<FolderEntry> entries;
+  if (find.get() == INVALID_HANDLE_VALUE) {
+    const DWORD error = ::GetLastError();
+    const bool exists = FolderExists(folder);
+    if (error == ERROR_FILE_NOT_FOUND && exists) return entries;
+    RaiseFileError(exists ? error : ERROR_PATH_NOT_FOUND, "ListEntries");
+  }
+  do {
+    const std::wstring_view name(found.cFileName);
+    if (name == L"." || name == L"..") continue;
+    FolderEntry entry = EntryOf(found.dwFileAttributes, found.ftLastWriteTime,
+                                found.nFileSizeHigh, found.nFileSizeLow);
+    entry.name = Narrow(found.cFileName);
+    entries.push_back(std::move(entry));
+  } while (::FindNextFileW(find.get(), &found));
+  const DWORD error = ::GetLastError();
+  if (error != ERROR_NO_MORE_FILES) RaiseFileError(error, "ListEntries");
+  return entries;
+}
+
+std::optional<FolderEntry> Win32FileSystem::EntryAt(std::string_view path) {
+  if (path.empty()) return std::nullopt;
+  WIN32_FILE_ATTRIBUTE_DATA data{};
+  if (!::GetFileAttributesExW(Widen(path).c_str(), GetFileExInfoStandard, &data)) {
+    return std::nullopt;
+  }
+  return EntryOf(data.dwFileAttributes, data.ftLastWriteTime, data.nFileSizeHigh,
+                 data.nFileSizeLow);
+}
+
+void Win32FileSystem::RenameReplacing(std::string_view source, std::string_view target) {
+  const DWORD attributes = Attributes(source);
+  if (attributes == INVALID_FILE_ATTRIBUTES) RaiseFileError(::GetLastError(), "RenameReplacing");
+  if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+    RaiseFileError(ERROR_ACCESS_DENIED, "RenameReplacing");
+  }
+  if ((attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) {
+    RaiseFileError(ERROR_CANT_ACCESS_FILE, "RenameReplacing");
+  }
+  if (!::MoveFileExW(Widen(source).c_str(), Widen(target).c_str(), MOVEFILE_REPLACE_EXISTING)) {
+    RaiseFileError(::GetLastError(), "RenameReplacing");
+  }
 }
 
 }  // namespace kdzv::win32
