@@ -30,6 +30,8 @@ kdZVInterface::kdZVInterface(const InterfacePorts& ports, HostEvents& host)
   Settings();
   matching_.ReadMatchingCFG(config_file_);
   service_host_ = ReadServiceHost(ports_.profile, config_file_);
+  housekeeping_ = ReadHousekeepingRules(ports_.profile, config_file_);
+  log_.SetMaxBytes(static_cast<uint64_t>(housekeeping_.log_max_kb) * 1024);
 }
 
 kdZVInterface::~kdZVInterface() {

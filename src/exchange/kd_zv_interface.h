@@ -23,6 +23,7 @@
 #include "interface/records.h"
 #include "interface/user_interface.h"
 #include "settings/zv_settings.h"
+#include "mapping/housekeeping_rules.h"
 #include "mapping/matching.h"
 #include "mapping/profile_file.h"
 #include "mapping/time_zone.h"
@@ -60,7 +61,8 @@ class kdZVInterface : public ErrorLogTarget,
   // The watch timer's interval.
   static constexpr int32_t kWatchIntervalMs = 500;
 
-  // Becomes the active interface; reads settings and matching rules. The
+  // Becomes the active interface; reads settings, matching rules and
+  // housekeeping rules. The
   // log and configuration files are the process's (process::LogFilePath,
   // process::ConfigFilePath).
   kdZVInterface(const InterfacePorts& ports, HostEvents& host);
@@ -130,6 +132,8 @@ class kdZVInterface : public ErrorLogTarget,
   void mSyncForm_OnNewFile(int32_t& retVal, const std::string& strFilename);
   void PutAway(const std::string& name, const std::string& full_path);
   void PutAwayUnlessHeld(int32_t& retVal, const std::string& name, const std::string& full_path);
+  // Housekeeping after an exchange that ended well (housekeeping.cc).
+  void Housekeeping();
   // Command processing.
   void HandleDownFile(clZVUpDownFile& received, bool& send_reply, clZVUpDownFile& answer);
 
@@ -148,6 +152,7 @@ class kdZVInterface : public ErrorLogTarget,
   LogWriter log_;
   std::string config_file_;
   std::string service_host_;
+  HousekeepingRules housekeeping_;
   std::unique_ptr<frmZVSync> sync_form_;
   SettingsDialogPlatform* settings_dialog_ = nullptr;
   std::unique_ptr<frmSettings> settings_form_;
