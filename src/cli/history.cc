@@ -480,7 +480,9 @@ std::string HistoryHtml(const std::vector<HistorySession>& sessions, const Histo
           "th,td{border:1px solid #bbb;padding:.35em .5em;vertical-align:top;text-align:left}\n"
           "th{background:#eee}\n.bad{color:#a00;font-weight:bold}\n"
           "ul{margin:.3em 0;padding-left:1.2em}\nli{margin:.15em 0}\n"
-          "summary{cursor:pointer}\ncode{font-size:90%}\n</style>\n</head>\n<body>\n";
+          "summary{cursor:pointer;white-space:nowrap}\ncode{font-size:90%}\n"
+          "td:nth-child(-n+4){white-space:nowrap}\ntd:nth-child(5),td:nth-child(6){width:38%}\n"
+          "</style>\n</head>\n<body>\n";
   page << "<h1>Verlauf der Synchronisationen</h1>\n";
   page << "<p class=\"warn\"><strong>Diese Seite enthält Patientendaten</strong> (Namen und "
           "Termine). Nur für den Support; nicht weitergeben und nach Gebrauch löschen. "
@@ -493,10 +495,12 @@ std::string HistoryHtml(const std::vector<HistorySession>& sessions, const Histo
           "<th>Nachrichten</th><th>Kommandos</th><th>Log</th></tr></thead>\n<tbody>\n";
   for (const HistorySession& session : sessions) {
     const size_t failures = FailureCount(session);
-    page << "<tr><td>" << Escape(SessionTime(session)) << "</td><td>"
-         << Escape(SessionTitle(session)) << "</td><td"
-         << (session.result && *session.result == 0 ? "" : " class=\"bad\"") << ">"
-         << Escape(ResultText(session)) << "</td><td>";
+    page << "<tr><td>" << Escape(session.time ? session.time->Format("yyyy-mm-dd hh:nn:ss")
+                                              : std::string("(unbekannt)"))
+         << "</td><td>" << Escape(session.number >= 0 ? std::to_string(session.number) : "(keine)")
+         << "</td><td" << (session.result && *session.result == 0 ? "" : " class=\"bad\"") << ">"
+         << Escape(session.result ? std::to_string(*session.result) : "(nicht im Log)")
+         << "</td><td>";
     for (const HistoryMessage& message : session.messages) {
       page << "<div>" << Escape(message.file);
       if (message.refused) {
@@ -511,7 +515,9 @@ std::string HistoryHtml(const std::vector<HistorySession>& sessions, const Histo
       page << "<li><code>" << Escape(command.file) << "</code> " << Escape(command.kind)
            << (command.text.empty() ? "" : ": ") << Escape(command.text) << "</li>";
     }
-    page << "</ul></details></td><td><details><summary" << (failures > 0 ? " class=\"bad\"" : "")
+    // The log of a session with failures is open from the start.
+    page << "</ul></details></td><td><details" << (failures > 0 ? " open" : "") << "><summary"
+         << (failures > 0 ? " class=\"bad\"" : "")
          << ">" << session.log.size() << " Zeile(n), " << failures
          << " Fehler</summary><ul>";
     for (const HistoryLogLine& line : session.log) {
