@@ -74,6 +74,31 @@ struct DirCloser {
 };
 using UniqueDir = std::unique_ptr<DIR, DirCloser>;
 
+// Calls `each(dir, entry)` for every entry of `folder` but "." and "..";
+// `procedure` names the operation in a raised error (76 for a missing
+// folder).
+template <typename Each>
+void ForEachEntry(std::string_view folder_view, const char* procedure, Each each) {
+  const std::string folder(folder_view);
+  UniqueDir dir(folder.empty() ? nullptr : ::opendir(folder.c_str()));
+  if (!dir) {
+    const int error = folder.empty() ? ENOENT : errno;
+    // The folder itself is what is missing.
+    RaiseFileError(error, procedure, error == ENOENT);
+  }
+  for (;;) {
+    errno = 0;
+    const dirent* entry = ::readdir(dir.get());
+    if (entry == nullptr) {
+      if (errno != 0) RaiseFileError(errno, procedure);
+      return;
+    }
+    const std::string_view name(entry->d_name);
+    if (name == "." || name == "..") continue;
+    each(dir.get(), *entry);
+  }
+}
+
 // Whether the entry `entry` of `dir` is a regular file itself; a symbolic
 // link is none, whatever it points to.
 bool IsRegularFile(DIR* dir, const dirent& entry) {
@@ -213,26 +238,11 @@ bool PosixFileSystem::FolderExists(std::string_view path) {
   return ::stat(std::string(path).c_str(), &info) == 0 && S_ISDIR(info.st_mode);
 }
 
-std::vector<std::string> PosixFileSystem::ListFiles(std::string_view folder_view) {
-  const std::string folder(folder_view);
-  UniqueDir dir(folder.empty() ? nullptr : ::opendir(folder.c_str()));
-  if (!dir) {
-    const int error = folder.empty() ? ENOENT : errno;
-    // The folder itself is what is missing.
-    RaiseFileError(error, "ListFiles", error == ENOENT);
-  }
+std::vector<std::string> PosixFileSystem::ListFiles(std::string_view folder) {
   std::vector<std::string> names;
-  for (;;) {
-    errno = 0;
-    const dirent* entry = ::readdir(dir.get());
-    if (entry == nullptr) {
-      if (errno != 0) RaiseFileError(errno, "ListFiles");
-      break;
-    }
-    const std::string_view name(entry->d_name);
-    if (name == "." || name == "..") continue;
-    if (IsRegularFile(dir.get(), *entry)) names.emplace_back(name);
-  }
+  ForEachEntry(folder, "ListFiles", [&](DIR* dir, const dirent& entry) {
+    if (IsRegularFile(dir, entry)) names.emplace_back(entry.d_name);
+  });
   // In the order of their names, as Windows lists a folder on its own file
   // system, rather than in the order of a directory's hash table, so that
   // files found in one tick are taken in the same order everywhere.
@@ -325,29 +335,15 @@ bool PosixFileSystem::TryExclusiveAccess(std::string_view path_view) {
   return ::flock(file.get(), LOCK_EX | LOCK_NB) == 0;
 }
 
-std::vector<FolderEntry> PosixFileSystem::ListEntries(std::string_view folder_view) {
-  const std::string folder(folder_view);
-  UniqueDir dir(folder.empty() ? nullptr : ::opendir(folder.c_str()));
-  if (!dir) {
-    const int error = folder.empty() ? ENOENT : errno;
-    RaiseFileError(error, "ListEntries", error == ENOENT);
-  }
+std::vector<FolderEntry> PosixFileSystem::ListEntries(std::string_view folder) {
   std::vector<FolderEntry> entries;
-  for (;;) {
-    errno = 0;
-    const dirent* found = ::readdir(dir.get());
-    if (found == nullptr) {
-      if (errno != 0) RaiseFileError(errno, "ListEntries");
-      break;
-    }
-    const std::string_view name(found->d_name);
-    if (name == "." || name == "..") continue;
+  ForEachEntry(folder, "ListEntries", [&](DIR* dir, const dirent& found) {
     struct stat info {};
-    if (::fstatat(::dirfd(dir.get()), found->d_name, &info, AT_SYMLINK_NOFOLLOW) != 0) continue;
+    if (::fstatat(::dirfd(dir), found.d_name, &info, AT_SYMLINK_NOFOLLOW) != 0) return;
     FolderEntry entry = EntryOf(info);
-    entry.name = name;
+    entry.name = found.d_name;
     entries.push_back(std::move(entry));
-  }
+  });
   return entries;
 }
 

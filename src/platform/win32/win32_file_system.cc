@@ -120,6 +120,36 @@ FolderEntry EntryOf(DWORD attributes, const FILETIME& written, DWORD size_high, 
   return entry;
 }
 
+// Calls `each(found)` for every entry FindFirstFileW / FindNextFileW give
+// for `folder` ("." and ".." included); `procedure` names the operation in
+// a raised error ("Path not found" for a missing folder).
+template <typename Each>
+void ForEachFound(std::string_view folder, const char* procedure, Each each) {
+  // An empty folder would list the current one: treat it as missing.
+  if (folder.empty()) RaiseFileError(ERROR_PATH_NOT_FOUND, procedure);
+  WIN32_FIND_DATAW found{};
+  std::string pattern(folder);
+  if (!EndsInSeparator(pattern)) pattern += '\\';
+  pattern += '*';
+  FindHandle find(::FindFirstFileW(Widen(pattern).c_str(), &found));
+  if (find.get() == INVALID_HANDLE_VALUE) {
+    const DWORD error = ::GetLastError();
+    const DWORD attributes = Attributes(folder);
+    const bool exists =
+        attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    // A drive's root folder can be empty of even "." and "..".
+    if (error == ERROR_FILE_NOT_FOUND && exists) return;
+    // A missing folder, or a file in its place, is "Path not found" whatever
+    // the search reported.
+    RaiseFileError(exists ? error : ERROR_PATH_NOT_FOUND, procedure);
+  }
+  do {
+    each(found);
+  } while (::FindNextFileW(find.get(), &found));
+  const DWORD error = ::GetLastError();
+  if (error != ERROR_NO_MORE_FILES) RaiseFileError(error, procedure);
+}
+
 }  // namespace
 
 void Win32FileSystem::AppendToFile(std::string_view path, std::string_view text) {
@@ -147,28 +177,12 @@ bool Win32FileSystem::FolderExists(std::string_view path) {
 }
 
 std::vector<std::string> Win32FileSystem::ListFiles(std::string_view folder) {
-  // An empty folder would list the current one: treat it as missing.
-  if (folder.empty()) RaiseFileError(ERROR_PATH_NOT_FOUND, "ListFiles");
-  WIN32_FIND_DATAW found{};
-  const std::wstring pattern = Widen(BuildPath(folder, "*"));
-  FindHandle find(::FindFirstFileW(pattern.c_str(), &found));
   std::vector<std::string> names;
-  if (find.get() == INVALID_HANDLE_VALUE) {
-    const DWORD error = ::GetLastError();
-    // A drive's root folder can be empty of even "." and "..".
-    const bool exists = FolderExists(folder);
-    if (error == ERROR_FILE_NOT_FOUND && exists) return names;
-    // A missing folder, or a file in its place, is "Path not found" whatever
-    // the search reported.
-    RaiseFileError(exists ? error : ERROR_PATH_NOT_FOUND, "ListFiles");
-  }
-  do {
+  ForEachFound(folder, "ListFiles", [&](const WIN32_FIND_DATAW& found) {
     if ((found.dwFileAttributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT)) == 0) {
       names.push_back(Narrow(found.cFileName));
     }
-  } while (::FindNextFileW(find.get(), &found));
-  const DWORD error = ::GetLastError();
-  if (error != ERROR_NO_MORE_FILES) RaiseFileError(error, "ListFiles");
+  });
   return names;
 }
 
@@ -239,27 +253,15 @@ bool Win32FileSystem::TryExclusiveAccess(std::string_view path) {
 }
 
 std::vector<FolderEntry> Win32FileSystem::ListEntries(std::string_view folder) {
-  if (folder.empty()) RaiseFileError(ERROR_PATH_NOT_FOUND, "ListEntries");
-  WIN32_FIND_DATAW found{};
-  const std::wstring pattern = Widen(BuildPath(folder, "*"));
-  FindHandle find(::FindFirstFileW(pattern.c_str(), &found));
   std::vector<FolderEntry> entries;
-  if (find.get() == INVALID_HANDLE_VALUE) {
-    const DWORD error = ::GetLastError();
-    const bool exists = FolderExists(folder);
-    if (error == ERROR_FILE_NOT_FOUND && exists) return entries;
-    RaiseFileError(exists ? error : ERROR_PATH_NOT_FOUND, "ListEntries");
-  }
-  do {
+  ForEachFound(folder, "ListEntries", [&](const WIN32_FIND_DATAW& found) {
     const std::wstring_view name(found.cFileName);
-    if (name == L"." || name == L"..") continue;
+    if (name == L"." || name == L"..") return;
     FolderEntry entry = EntryOf(found.dwFileAttributes, found.ftLastWriteTime,
                                 found.nFileSizeHigh, found.nFileSizeLow);
     entry.name = Narrow(found.cFileName);
     entries.push_back(std::move(entry));
-  } while (::FindNextFileW(find.get(), &found));
-  const DWORD error = ::GetLastError();
-  if (error != ERROR_NO_MORE_FILES) RaiseFileError(error, "ListEntries");
+  });
   return entries;
 }
 
