@@ -41,6 +41,7 @@ bool kdZVInterface::StartNewSession() {
       Info("Fehler beim Start der Schnittstelle (StartWatch).");
       return false;
     }
+    WatchForChanges(settings->DownloadPath());
     Info("Schnittstelle zu Zentavo-Synchronisationsagent wurde erfolgreich gestartet.");
     Info("Warten auf Antwort ...");
     return true;

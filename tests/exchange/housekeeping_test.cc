@@ -263,7 +263,7 @@ void Put(const std::string& path, int days_old) {
   MakeOld(path, days_old);
 }
 
-const std::string kSessionEnd = test::kAgentSessionEnd;
+const std::string& kSessionEnd = test::kAgentSessionEnd;
 
 TEST(HousekeepingExchange, AfterASuccessfulExchangeOnlyOldOwnMessagesGo) {
   ExchangeHarness h;
