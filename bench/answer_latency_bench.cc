@@ -37,6 +37,7 @@
 #include <thread>
 #include <vector>
 
+#include "bench_ports.h"
 #include "bench_support.h"
 #include "cli/hosts.h"
 #include "exchange/kd_zv_interface.h"
@@ -55,28 +56,6 @@ using Clock = std::chrono::steady_clock;
 constexpr int kRoundTrips = 200;
 
 enum class Writer { kRename, kInPlace };
-
-class DiscardBuffer : public std::streambuf {
- protected:
-  int_type overflow(int_type c) override { return traits_type::not_eof(c); }
-  std::streamsize xsputn(const char*, std::streamsize count) override { return count; }
-};
-
-class OkUserInterface : public UserInterface {
- public:
-  int32_t ShowMessageBox(std::string_view, int32_t, std::string_view) override {
-    return msgbox::kOk;
-  }
-};
-
-class SilentView : public SyncWindowView {
- public:
-  void Show(intptr_t) override {}
-  void Close() override {}
-  void ClearLog() override {}
-  void AppendLog(std::string_view) override {}
-  bool AskYesNo(std::string_view) override { return true; }
-};
 
 std::string SessionEnd(int msg_id, int msg_ref) {
   return "<?xml version=\"1.0\" encoding=\"utf-8\"?>\r\n<SyncML><SyncHdr><VerDTD>1.0</VerDTD>"
