@@ -36,6 +36,7 @@
 #include <tuple>
 #include <vector>
 
+#include "bench_ports.h"
 #include "bench_support.h"
 #include "cli/hosts.h"
 #include "exchange/kd_zv_interface.h"
@@ -96,24 +97,6 @@ size_t FileSize(const fs::path& path) {
   return error ? 0 : static_cast<size_t>(size);
 }
 
-// Output that goes nowhere, formatted all the same: the host prints every
-// line of the sync window.
-class DiscardBuffer : public std::streambuf {
- protected:
-  int_type overflow(int_type c) override { return traits_type::not_eof(c); }
-  std::streamsize xsputn(const char*, std::streamsize count) override { return count; }
-};
-
-// Message boxes that nobody sees: every one is answered with OK.
-class OkUserInterface : public UserInterface {
- public:
-  int32_t ShowMessageBox(std::string_view, int32_t, std::string_view) override {
-    ++shown;
-    return msgbox::kOk;
-  }
-  int shown = 0;
-};
-
 // A timer that never ticks by itself; the pump fires it.
 class PumpTimer : public WindowTimer {
  public:
@@ -128,17 +111,6 @@ class PumpTimer : public WindowTimer {
   std::function<void()> on_tick_;
   int32_t interval_ = 0;
   bool enabled_ = false;
-};
-
-// A window nobody sees. It drops the log pane's text (a real pane would
-// copy it) and answers the cancel question with yes.
-class SilentView : public SyncWindowView {
- public:
-  void Show(intptr_t) override {}
-  void Close() override {}
-  void ClearLog() override {}
-  void AppendLog(std::string_view) override {}
-  bool AskYesNo(std::string_view) override { return true; }
 };
 
 // Makes the window's parts and keeps hold of the newest window's timers

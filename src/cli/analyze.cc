@@ -3,6 +3,7 @@
 #include <sstream>
 #include <string_view>
 
+#include "cli/quiet_reading.h"
 #include "interface/process.h"
 #include "message/up_down_file.h"
 
@@ -19,25 +20,6 @@ class PrintingLog : public ErrorLogTarget {
 
  private:
   std::ostream& out_;
-};
-
-class ScopedAnalysis {
- public:
-  explicit ScopedAnalysis(ErrorLogTarget* log)
-      : saved_active_(process::ActiveInterface()), saved_boxes_(process::MessageBoxes()) {
-    process::SetActiveInterface(log);
-    process::SetMessageBoxes(nullptr);
-  }
-  ~ScopedAnalysis() {
-    process::SetActiveInterface(saved_active_);
-    process::SetMessageBoxes(saved_boxes_);
-  }
-  ScopedAnalysis(const ScopedAnalysis&) = delete;
-  ScopedAnalysis& operator=(const ScopedAnalysis&) = delete;
-
- private:
-  ErrorLogTarget* saved_active_;
-  UserInterface* saved_boxes_;
 };
 
 // A field as NAME="value", with quotes and backslashes escaped.
@@ -152,7 +134,7 @@ int AnalyzeCommand(const std::string& file, CliContext& context) {
   context.out << "file: " << file << "\n";
   bool read = false;
   {
-    ScopedAnalysis scope(&log);
+    QuietReading scope(&log);
     read = message.AnalyzeDownFile(file);
   }
   if (!read) {

@@ -3,6 +3,7 @@
 #include "cli/sync_command.h"
 #include "exchange/kd_zv_interface.h"
 #include "interface/process.h"
+#include "platform/platform.h"
 #include "settings/overlay_registry.h"
 
 namespace kdzv {
@@ -20,6 +21,9 @@ enmZVRetValues RunExchange(const ExchangeOverrides& overrides, CliContext& conte
                              exchange.profile,    registry,               exchange.user_interface,
                              context.xml_parser,  exchange.window,        exchange.pump};
   kdZVInterface zv(ports, host);
+  // Notifications belong to the system's own loop: a bench or test that
+  // brings its own pump gets none.
+  if (&exchange.pump == HeadlessMessagePump()) zv.SetFolderChanges(HeadlessFolderChanges());
   const std::shared_ptr<clZVSettings> settings = zv.Settings();
   if (overrides.download) settings->SetDownloadPath(*overrides.download);
   if (overrides.upload) settings->SetUploadPath(*overrides.upload);

@@ -4,8 +4,12 @@
 
 #include "cli/analyze.h"
 #include "cli/demo_command.h"
+#include "cli/history.h"
 #include "cli/sync_command.h"
 #include "cli/check_folders.h"
+#include "interface/process.h"
+#include "mapping/housekeeping_rules.h"
+#include "platform/platform.h"
 #include "settings/zv_settings.h"
 #include "mapping/date_time_convert.h"
 #include "util/date_time.h"
@@ -22,7 +26,9 @@ constexpr std::string_view kHelp =
     "  zvsync convert to-service LOCAL     local date-time (\"YYYY-MM-DD HH:MM:SS\") to the\n"
     "                                      service's UTC text (yyyymmddThhnnssZ)\n"
     "  zvsync convert to-local TEXT        the service's UTC text to the local date-time\n"
-    "  zvsync settings show                all settings, one NAME=VALUE a line\n"
+    "  zvsync settings show [--cfg FILE]   all settings, one NAME=VALUE a line, then the\n"
+    "                                      housekeeping keys of the configuration file\n"
+    "                                      (HOUSEKEEPING.DepotKeepDays, HOUSEKEEPING.LogMaxKB)\n"
     "  zvsync settings get NAME            one setting's value\n"
     "  zvsync settings set NAME VALUE      stores a setting (Booleans: true/false)\n"
     "  zvsync settings check-folders       makes the upload, download and depot folders where\n"
@@ -41,6 +47,11 @@ constexpr std::string_view kHelp =
     "    exchange's result (0 success, 1 folder missing, 3 files left, 4 cancelled, ...)\n"
     "  zvsync analyze FILE                 reads a message file of the agent and shows its\n"
     "                                      header, every command and every reader message\n"
+    "  zvsync history --depot DIR [--log FILE] [--since YYYY-MM-DD] [--find TEXT]\n"
+    "                 [--html FILE]        past exchanges from the depot and the log: per\n"
+    "                                      session its messages, commands and failures;\n"
+    "                                      --find keeps what mentions TEXT (any case),\n"
+    "                                      --html also writes them as one page\n"
     "  zvsync demo [--dir DIR]             one whole exchange on fresh folders (in DIR, or a\n"
     "                                      new temporary folder): the simulated agent plays\n"
     "                                      the bundled scenario first-booking, the host\n"
@@ -94,10 +105,20 @@ int Settings(const std::vector<std::string>& args, CliContext& context) {
   if (args.size() < 2) return Usage(context, "settings needs show, get, set or check-folders");
   const std::string& action = args[1];
   clZVSettings settings(context.registry);
-  if (action == "show" && args.size() == 2) {
+  const bool show_cfg = args.size() == 4 && args[2] == "--cfg";
+  if (action == "show" && (args.size() == 2 || show_cfg)) {
     for (std::string_view name : clZVSettings::PropertyNames()) {
       context.out << name << "=" << settings.GetAsText(name) << "\n";
     }
+    // The housekeeping keys live in the configuration file, not in the
+    // store.
+    ProfileFile& profile =
+        context.exchange != nullptr ? context.exchange->profile : System().profile_file;
+    const HousekeepingRules rules =
+        ReadHousekeepingRules(profile, show_cfg ? args[3] : process::ConfigFilePath());
+    context.out << kHousekeepingSection << "." << kDepotKeepDaysKey << "="
+                << rules.depot_keep_days << "\n";
+    context.out << kHousekeepingSection << "." << kLogMaxKbKey << "=" << rules.log_max_kb << "\n";
     return kExitOk;
   }
   if (action == "get" && args.size() == 3) {
@@ -141,6 +162,7 @@ int RunZvsync(const std::vector<std::string>& args, CliContext& context) {
   if (command == "settings") return Settings(args, context);
   if (command == "sync") return SyncCommand(args, context);
   if (command == "demo") return DemoCommand(args, context);
+  if (command == "history") return RunHistory(args, context);
   if (command == "analyze") {
     if (args.size() != 2) return Usage(context, "analyze takes one file");
     return AnalyzeCommand(args[1], context);

@@ -6,6 +6,7 @@
 #include "exchange/test_down_file.h"
 #include "mapping/date_time_convert.h"
 #include "mapping/service_host.h"
+#include "mapping/watch_rules.h"
 
 namespace kdzv {
 namespace {
@@ -30,9 +31,13 @@ kdZVInterface::kdZVInterface(const InterfacePorts& ports, HostEvents& host)
   Settings();
   matching_.ReadMatchingCFG(config_file_);
   service_host_ = ReadServiceHost(ports_.profile, config_file_);
+  housekeeping_ = ReadHousekeepingRules(ports_.profile, config_file_);
+  change_notification_ = ReadChangeNotification(ports_.profile, config_file_);
+  log_.SetMaxBytes(static_cast<uint64_t>(housekeeping_.log_max_kb) * 1024);
 }
 
 kdZVInterface::~kdZVInterface() {
+  change_watch_.reset();
   settings_form_.reset();
   if (sync_form_) {
     sync_form_->Unload();

@@ -17,12 +17,14 @@
 #include "interface/clock.h"
 #include "interface/enums.h"
 #include "interface/file_system.h"
+#include "interface/folder_changes.h"
 #include "interface/host_events.h"
 #include "exchange/log_writer.h"
 #include "interface/process.h"
 #include "interface/records.h"
 #include "interface/user_interface.h"
 #include "settings/zv_settings.h"
+#include "mapping/housekeeping_rules.h"
 #include "mapping/matching.h"
 #include "mapping/profile_file.h"
 #include "mapping/time_zone.h"
@@ -59,8 +61,12 @@ class kdZVInterface : public ErrorLogTarget,
   static constexpr int32_t kWaitSliceMs = 250;
   // The watch timer's interval.
   static constexpr int32_t kWatchIntervalMs = 500;
+  // How long the download folder must be quiet after a notified change
+  // before the watch looks (a file written in pieces gives one look).
+  static constexpr int32_t kChangeSettleMs = 15;
 
-  // Becomes the active interface; reads settings and matching rules. The
+  // Becomes the active interface; reads settings, matching rules and
+  // housekeeping rules. The
   // log and configuration files are the process's (process::LogFilePath,
   // process::ConfigFilePath).
   kdZVInterface(const InterfacePorts& ports, HostEvents& host);
@@ -71,6 +77,10 @@ class kdZVInterface : public ErrorLogTarget,
   // The settings dialog of this system (none: ShowSettings is refused with
   // a log line).
   void SetSettingsDialog(SettingsDialogPlatform* dialog) { settings_dialog_ = dialog; }
+  // The system's notifications of folder changes (none: the download folder
+  // is only polled). Used when "[WATCH] ChangeNotification" is not 0.
+  void SetFolderChanges(FolderChanges* changes) { folder_changes_ = changes; }
+  bool ChangeNotification() const { return change_notification_; }
 
   // --- Public members, in the order of the interface ---
   bool CheckLogAccess(std::string_view strLog, std::string& sErr);
@@ -126,11 +136,17 @@ class kdZVInterface : public ErrorLogTarget,
   // Opens the exchange with the file prefix checked at its start.
   bool StartNewSession(const std::string& prefix);
   std::string GetSessionFileName();
+  // Notifications of changes in the download folder beside the poll
+  // (watch_changes.cc).
+  void WatchForChanges(const std::string& folder);
+  void OnFolderChanged();
   void GenerateSyncHeader(clZVUpDownFile& message);
   // File intake.
   void mSyncForm_OnNewFile(int32_t& retVal, const std::string& strFilename);
   void PutAway(const std::string& name, const std::string& full_path);
   void PutAwayUnlessHeld(int32_t& retVal, const std::string& name, const std::string& full_path);
+  // Housekeeping after an exchange that ended well (housekeeping.cc).
+  void Housekeeping();
   // Command processing.
   void HandleDownFile(clZVUpDownFile& received, bool& send_reply, clZVUpDownFile& answer);
 
@@ -149,6 +165,9 @@ class kdZVInterface : public ErrorLogTarget,
   LogWriter log_;
   std::string config_file_;
   std::string service_host_;
+  HousekeepingRules housekeeping_;
+  bool change_notification_ = true;
+  FolderChanges* folder_changes_ = nullptr;
   std::unique_ptr<frmZVSync> sync_form_;
   SettingsDialogPlatform* settings_dialog_ = nullptr;
   std::unique_ptr<frmSettings> settings_form_;
@@ -158,6 +177,9 @@ class kdZVInterface : public ErrorLogTarget,
   bool timed_out_ = false;
   bool session_end_ = false;
   bool in_sync_ = false;  // StartSync is on the stack
+  // Last: it goes first, so that no notification reaches a half-destroyed
+  // object.
+  std::unique_ptr<FolderChangeWatch> change_watch_;
 };
 
 }  // namespace kdzv

@@ -1,5 +1,6 @@
 #include "exchange/log_writer.h"
 
+#include <optional>
 #include <utility>
 
 #include "interface/clock.h"
@@ -21,7 +22,7 @@ void LogWriter::Write(bool do_log, std::string_view text) {
     line += '\t';
     line += text;
     line += "\r\n";
-    file_system_.AppendToFile(log_file_, line);
+    Append(line);
   } catch (...) {
     if (reporting_failure_) return;
     reporting_failure_ = true;
@@ -35,7 +36,7 @@ bool LogWriter::CheckLogAccess(std::string_view strLog, std::string& sErr) {
   try {
     std::string line(strLog);
     line += "\r\n";
-    file_system_.AppendToFile(log_file_, line);
+    Append(line);
     return true;
   } catch (...) {
     const ErrorInfo error = CurrentErrorInfo();
@@ -43,6 +44,21 @@ bool LogWriter::CheckLogAccess(std::string_view strLog, std::string& sErr) {
            std::to_string(error.number) + " - " + error.description + ").";
     return false;
   }
+}
+
+void LogWriter::Append(std::string_view line) {
+  if (max_bytes_ > 0) {
+    const std::optional<FolderEntry> log = file_system_.EntryAt(log_file_);
+    if (log && log->kind == FolderEntry::Kind::kFile && log->size > 0 &&
+        log->size + line.size() > max_bytes_) {
+      try {
+        file_system_.RenameReplacing(log_file_, log_file_ + ".1");
+      } catch (...) {
+        // Held by another process: this log goes on a little longer.
+      }
+    }
+  }
+  file_system_.AppendToFile(log_file_, line);
 }
 
 }  // namespace kdzv

@@ -5,6 +5,7 @@
 #ifndef KDZV_EXCHANGE_LOG_WRITER_H_
 #define KDZV_EXCHANGE_LOG_WRITER_H_
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -24,6 +25,13 @@ class LogWriter {
 
   const std::string& log_file() const { return log_file_; }
 
+  // With `bytes` > 0, a line that would take the log past `bytes` first
+  // renames the log to log_file() + ".1" (replacing an older one), so that
+  // the line begins a new log. A rename that fails (another process holds
+  // the log) is let go without a word, and the line is appended as ever.
+  // 0 (the default) lets the log grow.
+  void SetMaxBytes(uint64_t bytes) { max_bytes_ = bytes; }
+
   // Writes one dated line when `do_log`. A failure is reported (procedure
   // "Log", details "LogFile=" + path) and swallowed.
   void Write(bool do_log, std::string_view text);
@@ -33,9 +41,13 @@ class LogWriter {
   bool CheckLogAccess(std::string_view strLog, std::string& sErr);
 
  private:
+  // Appends `line`, first making room as SetMaxBytes says.
+  void Append(std::string_view line);
+
   FileSystem& file_system_;
   Clock& clock_;
   std::string log_file_;
+  uint64_t max_bytes_ = 0;
   // Set while a failure of this writer is being reported: the report itself
   // comes back here and must not report again.
   bool reporting_failure_ = false;

@@ -42,6 +42,7 @@ bool kdZVInterface::StartNewSession(const std::string& prefix) {
       Info("Fehler beim Start der Schnittstelle (StartWatch).");
       return false;
     }
+    WatchForChanges(settings->DownloadPath());
     Info("Schnittstelle zu Zentavo-Synchronisationsagent wurde erfolgreich gestartet.");
     Info("Warten auf Antwort ...");
     return true;

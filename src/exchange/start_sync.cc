@@ -133,6 +133,7 @@ enmZVRetValues kdZVInterface::StartSync(intptr_t mOwner, std::string& sErr) {
       sync_form_->Unload();
       sync_form_.reset();
     }
+    if (result == ZV_Success) Housekeeping();
     WriteLogLine("(StartSync) -> Rückgabewert " + std::to_string(static_cast<int32_t>(result)));
     return result;
   } catch (...) {

@@ -4,11 +4,25 @@
 #ifndef KDZV_INTERFACE_FILE_SYSTEM_H_
 #define KDZV_INTERFACE_FILE_SYSTEM_H_
 
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "util/date_time.h"
+
 namespace kdzv {
+
+// One entry of a folder, as the entry itself is: a symbolic link (on
+// Windows any reparse point) is a link, whatever it points to.
+struct FolderEntry {
+  enum class Kind { kFile, kFolder, kLink, kOther };
+  std::string name;  // without folder
+  Kind kind = Kind::kOther;
+  DateTime last_write;  // local time, to the second
+  uint64_t size = 0;    // bytes; 0 for anything but a file
+};
 
 class FileSystem {
  public:
@@ -74,6 +88,21 @@ class FileSystem {
   // above, a read-only file that nobody holds is not held. False for a
   // missing file or what is no plain file. Never raises.
   virtual bool HeldByAnotherProcess(std::string_view path) = 0;
+
+  // Every entry of `folder` (neither "." nor ".."), in the order the system
+  // lists them, each with its kind, last write and size; nothing is
+  // followed or entered. Raises 76 for a missing folder.
+  virtual std::vector<FolderEntry> ListEntries(std::string_view folder) = 0;
+
+  // The entry at `path` itself (a link is not followed; `name` is left
+  // empty), or nothing when there is none. Never raises.
+  virtual std::optional<FolderEntry> EntryAt(std::string_view path) = 0;
+
+  // Gives the file `source` the name `target` in the same folder or on the
+  // same volume, replacing a file of that name, in one step. Raises 53 for
+  // a missing source, 76 for a missing folder, 70 or 75 when `target`
+  // cannot be replaced (on Windows: while another process holds it open).
+  virtual void RenameReplacing(std::string_view source, std::string_view target) = 0;
 };
 
 }  // namespace kdzv

@@ -10,6 +10,7 @@ namespace kdzv {
 
 class Clock;
 class FileSystem;
+class FolderChanges;
 class MessagePump;
 class SyncWindowPlatform;
 class ProfileFile;
@@ -36,6 +37,9 @@ SystemPorts& System();
 // Windows the real window, Win32 timers and the thread's message pump.
 SyncWindowPlatform* HeadlessWindowPlatform();
 MessagePump* HeadlessMessagePump();
+// The notifications of folder changes that belong to that message loop: on
+// Linux inotify in the event loop; none (null) on Windows yet.
+FolderChanges* HeadlessFolderChanges();
 // The settings dialog of this system: a real dialog on Windows; none on
 // Linux (null), where zvsync edits the settings on the command line.
 SettingsDialogPlatform* SettingsDialogs();

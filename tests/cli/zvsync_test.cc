@@ -91,7 +91,9 @@ TEST_F(ZvsyncTest, SettingsSetGetShow) {
             "SlowSync=False\n"
             "SystemName=\n"
             "TimeoutSeconds=120\n"
-            "PatIdentKriterium=0\n");
+            "PatIdentKriterium=0\n"
+            "HOUSEKEEPING.DepotKeepDays=0\n"
+            "HOUSEKEEPING.LogMaxKB=0\n");
 }
 
 TEST_F(ZvsyncTest, TheHelpNamesTheHostBridge) {

@@ -2,6 +2,7 @@
 #include "support/file_system_conformance.h"
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <string>
 #include <utility>
@@ -381,6 +382,99 @@ TEST_P(FileSystemConformance, WhatIsNoFileIsNotHeld) {
   EXPECT_FALSE(fs->HeldByAnotherProcess(dir.File("missing.xml")));
   EXPECT_FALSE(fs->HeldByAnotherProcess(dir.File("Ablage")));
   EXPECT_FALSE(fs->HeldByAnotherProcess(""));
+}
+
+// --- Folder entries, entry information, renaming over a file ---
+
+const FolderEntry* Named(const std::vector<FolderEntry>& entries, std::string_view name) {
+  for (const FolderEntry& entry : entries) {
+    if (entry.name == name) return &entry;
+  }
+  return nullptr;
+}
+
+TEST_P(FileSystemConformance, ListEntriesGivesEveryEntryWithItsKindAndSize) {
+  WriteFileBytes(dir.File("HX1_2.xml"), "12345");
+  WriteFileBytes(dir.File("notes.txt"), "");
+  fsys::create_directory(dir.File("alt"));
+  WriteFileBytes(InFolder("alt", "HX1_4.xml"), "inner");
+  const std::vector<FolderEntry> entries = fs->ListEntries(dir.path());
+  ASSERT_EQ(entries.size(), 3u);
+  const FolderEntry* message = Named(entries, "HX1_2.xml");
+  const FolderEntry* notes = Named(entries, "notes.txt");
+  const FolderEntry* folder = Named(entries, "alt");
+  ASSERT_TRUE(message != nullptr && notes != nullptr && folder != nullptr);
+  EXPECT_EQ(message->kind, FolderEntry::Kind::kFile);
+  EXPECT_EQ(message->size, 5u);
+  EXPECT_EQ(notes->kind, FolderEntry::Kind::kFile);
+  EXPECT_EQ(notes->size, 0u);
+  EXPECT_EQ(folder->kind, FolderEntry::Kind::kFolder);
+  EXPECT_EQ(folder->size, 0u);
+}
+
+TEST_P(FileSystemConformance, ListEntriesGivesTheLastWriteInLocalTime) {
+  const std::string fresh = dir.File("fresh.xml");
+  const std::string old = dir.File("old.xml");
+  WriteFileBytes(fresh, "x");
+  WriteFileBytes(old, "x");
+  using std::chrono::hours;
+  fsys::last_write_time(old, fsys::last_write_time(fresh) - hours(24 * 10));
+  const std::vector<FolderEntry> entries = fs->ListEntries(dir.path());
+  const FolderEntry* fresh_entry = Named(entries, "fresh.xml");
+  const FolderEntry* old_entry = Named(entries, "old.xml");
+  ASSERT_TRUE(fresh_entry != nullptr && old_entry != nullptr);
+  // Ten days apart, give or take a change of daylight-saving time.
+  const double days = fresh_entry->last_write.serial() - old_entry->last_write.serial();
+  EXPECT_NEAR(days, 10.0, 1.0 / 24 + 1e-6);
+  EXPECT_GT(fresh_entry->last_write.serial(), 40000.0);  // after 2009
+  const std::optional<FolderEntry> again = fs->EntryAt(fresh);
+  ASSERT_TRUE(again.has_value());
+  EXPECT_EQ(again->last_write, fresh_entry->last_write);
+}
+
+TEST_P(FileSystemConformance, ListEntriesOfAMissingFolderIsPathNotFound) {
+  EXPECT_EQ(ErrorOf([&] { fs->ListEntries(dir.File("missing")); }), 76);
+  EXPECT_EQ(ErrorOf([&] { fs->ListEntries(""); }), 76);
+  EXPECT_TRUE(fs->ListEntries(dir.path()).empty());
+}
+
+TEST_P(FileSystemConformance, EntryAtDescribesWhatIsThere) {
+  WriteFileBytes(dir.File("kdZentavo.log"), "abc\r\n");
+  fsys::create_directory(dir.File("Ablage"));
+  const std::optional<FolderEntry> file = fs->EntryAt(dir.File("kdZentavo.log"));
+  ASSERT_TRUE(file.has_value());
+  EXPECT_EQ(file->kind, FolderEntry::Kind::kFile);
+  EXPECT_EQ(file->size, 5u);
+  const std::optional<FolderEntry> folder = fs->EntryAt(dir.File("Ablage"));
+  ASSERT_TRUE(folder.has_value());
+  EXPECT_EQ(folder->kind, FolderEntry::Kind::kFolder);
+  EXPECT_FALSE(fs->EntryAt(dir.File("missing.log")).has_value());
+  EXPECT_FALSE(fs->EntryAt(InFolder("missing", "a.log")).has_value());
+  EXPECT_FALSE(fs->EntryAt("").has_value());
+}
+
+TEST_P(FileSystemConformance, RenameReplacingReplacesAnOlderFile) {
+  const std::string log = dir.File("kdZentavo.log");
+  const std::string older = dir.File("kdZentavo.log.1");
+  WriteFileBytes(log, "new");
+  fs->RenameReplacing(log, older);
+  EXPECT_FALSE(fsys::exists(log));
+  EXPECT_EQ(ReadFileBytes(older), "new");
+  WriteFileBytes(log, "newer");
+  fs->RenameReplacing(log, older);
+  EXPECT_FALSE(fsys::exists(log));
+  EXPECT_EQ(ReadFileBytes(older), "newer");
+}
+
+TEST_P(FileSystemConformance, RenameReplacingFailsWithoutHarm) {
+  const std::string log = dir.File("kdZentavo.log");
+  EXPECT_EQ(ErrorOf([&] { fs->RenameReplacing(log, dir.File("x.log.1")); }), 53);
+  WriteFileBytes(log, "keep");
+  fsys::create_directory(dir.File("busy"));
+  EXPECT_NE(ErrorOf([&] { fs->RenameReplacing(log, dir.File("busy")); }), 0);
+  EXPECT_EQ(ErrorOf([&] { fs->RenameReplacing(log, InFolder("missing", "x.log.1")); }), 76);
+  EXPECT_EQ(ReadFileBytes(log), "keep");
+  EXPECT_TRUE(fsys::is_directory(dir.File("busy")));
 }
 
 }  // namespace

@@ -1,12 +1,15 @@
 // An in-memory file system for core tests: files are byte strings keyed by
 // their full path, folders a set of paths, '/' the separator. A path can be
 // made to fail with a given error, be held by "another process" (the
-// exclusive-access probe fails) or be read-only.
+// exclusive-access probe fails) or be read-only. Every file written gets
+// `stamp` as its last write; `times` may set it per path. A path in `links`
+// is a symbolic link (listed as one, never a file).
 #ifndef KDZV_TESTS_SUPPORT_MEMORY_FILE_SYSTEM_H_
 #define KDZV_TESTS_SUPPORT_MEMORY_FILE_SYSTEM_H_
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -23,12 +26,14 @@ class MemoryFileSystem : public FileSystem {
     ++appends;
     FailIfListed(path, "AppendToFile");
     files[std::string(path)] += bytes;
+    times[std::string(path)] = stamp;
   }
   // Keeps the text as given (UTF-8): the code page is the real systems'
   // business.
   void WriteTextFile(std::string_view path, std::string_view text) override {
     FailIfListed(path, "WriteTextFile");
     files[std::string(path)] = text;
+    times[std::string(path)] = stamp;
   }
 
   // False also for a path listed in `failures`.
@@ -74,6 +79,7 @@ class MemoryFileSystem : public FileSystem {
     }
     const std::string bytes = found->second;
     files[std::string(target)] = bytes;
+    times[std::string(target)] = stamp;
     readonly.erase(std::string(target));
   }
 
@@ -97,6 +103,10 @@ class MemoryFileSystem : public FileSystem {
     files[to] = found->second;
     files.erase(from);
     if (readonly.erase(from) != 0) readonly.insert(to);
+    if (const auto time = times.find(from); time != times.end()) {
+      times[to] = time->second;
+      times.erase(from);
+    }
   }
 
   void DeleteFile(std::string_view path) override {
@@ -104,11 +114,14 @@ class MemoryFileSystem : public FileSystem {
     FailIfListed(path, "DeleteFile");
     const std::string key(path);
     if (folders.count(key) != 0) RaiseStandard(err::kPermissionDenied, "DeleteFile");
+    if (links.erase(key) != 0) return;
+    if (readonly.count(key) != 0 && undeletable) RaiseStandard(err::kPermissionDenied, "DeleteFile");
     if (files.erase(key) == 0) {
       RaiseStandard(ParentExists(path) ? err::kFileNotFound : err::kPathNotFound, "DeleteFile");
     }
     readonly.erase(key);
     held.erase(key);
+    times.erase(key);
   }
 
   // True for an existing file that is neither held, read-only nor failing.
@@ -125,7 +138,75 @@ class MemoryFileSystem : public FileSystem {
     return files.count(key) != 0 && held.count(key) != 0;
   }
 
+  // The files, links and sub-folders directly in `folder`, in the order of
+  // their paths.
+  std::vector<FolderEntry> ListEntries(std::string_view folder) override {
+    FailIfListed(folder, "ListEntries");
+    if (!IsFolder(folder)) RaiseStandard(err::kPathNotFound, "ListEntries");
+    const std::string prefix = BuildPath(folder, "");
+    std::map<std::string, FolderEntry> found;
+    auto take = [&](const std::string& path) {
+      if (path.size() <= prefix.size() || path.compare(0, prefix.size(), prefix) != 0 ||
+          path.find('/', prefix.size()) != std::string::npos) {
+        return;
+      }
+      if (auto entry = EntryAt(path)) {
+        entry->name = path.substr(prefix.size());
+        found[path] = *entry;
+      }
+    };
+    for (const auto& [path, bytes] : files) take(path);
+    for (const std::string& path : links) take(path);
+    for (const std::string& path : folders) take(path);
+    std::vector<FolderEntry> entries;
+    for (auto& [path, entry] : found) entries.push_back(std::move(entry));
+    return entries;
+  }
+
+  std::optional<FolderEntry> EntryAt(std::string_view path) override {
+    const std::string key(path);
+    FolderEntry entry;
+    if (links.count(key) != 0) {
+      entry.kind = FolderEntry::Kind::kLink;
+    } else if (const auto file = files.find(key); file != files.end()) {
+      entry.kind = FolderEntry::Kind::kFile;
+      entry.size = file->second.size();
+    } else if (folders.count(key) != 0) {
+      entry.kind = FolderEntry::Kind::kFolder;
+    } else {
+      return std::nullopt;
+    }
+    if (const auto time = times.find(key); time != times.end()) entry.last_write = time->second;
+    return entry;
+  }
+
+  // Replaces a file at `target`; refuses a held target as Windows does.
+  void RenameReplacing(std::string_view source, std::string_view target) override {
+    ++renames;
+    FailIfListed(source, "RenameReplacing");
+    FailIfListed(target, "RenameReplacing");
+    const std::string from(source);
+    const std::string to(target);
+    const auto found = files.find(from);
+    if (found == files.end()) {
+      RaiseStandard(ParentExists(source) ? err::kFileNotFound : err::kPathNotFound,
+                    "RenameReplacing");
+    }
+    if (!ParentExists(target)) RaiseStandard(err::kPathNotFound, "RenameReplacing");
+    if (folders.count(to) != 0 || held.count(to) != 0 || held.count(from) != 0) {
+      RaiseStandard(err::kPermissionDenied, "RenameReplacing");
+    }
+    files[to] = found->second;
+    files.erase(from);
+    times[to] = times[from];
+    times.erase(from);
+  }
+
   std::map<std::string, std::string> files;
+  std::set<std::string> links;               // symbolic links
+  std::map<std::string, DateTime> times;     // last write per path
+  DateTime stamp;                            // the last write of what is written now
+  bool undeletable = false;                  // read-only files refuse DeleteFile
   std::set<std::string> folders;
   std::set<std::string> held;               // files another process has open
   std::set<std::string> readonly;           // read-only files
@@ -135,6 +216,7 @@ class MemoryFileSystem : public FileSystem {
   int moves = 0;
   int deletes = 0;
   int probes = 0;
+  int renames = 0;
 
  private:
   bool Failing(std::string_view path) const { return failures.count(std::string(path)) != 0; }

@@ -3,15 +3,19 @@
 #include <poll.h>
 #include <pthread.h>
 #include <signal.h>
+#include <sys/inotify.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <ctime>
 #include <utility>
 #include <vector>
 
 #include "platform/posix/terminal_view.h"
+#include "platform/posix/unique_fd.h"
 
 namespace kdzv::posix {
 
@@ -24,8 +28,18 @@ struct EventLoop::TimerState {
   uint64_t order = 0;  // creation order, to break ties between equal due times
 };
 
+struct EventLoop::WatchState {
+  UniqueFd fd;  // the inotify instance of this one folder
+  std::function<void()> on_change;
+  Clock::duration settle{};
+  bool settling = false;  // a change was told and its settle time runs
+  Clock::time_point due{};
+  bool alive = true;  // false once its watch object is gone
+};
+
 struct EventLoop::Shared {
   std::vector<std::weak_ptr<TimerState>> timers;
+  std::vector<std::weak_ptr<WatchState>> watches;
   uint64_t next_order = 0;
   // The windows that are shown, the newest last, each with the view that
   // showed it: when one closes, the one before it is the shown one again.
@@ -119,6 +133,34 @@ class LoopView : public SyncWindowView {
   std::unique_ptr<SyncWindowView> inner_;
 };
 
+class LoopWatch : public FolderChangeWatch {
+ public:
+  explicit LoopWatch(std::shared_ptr<EventLoop::WatchState> state) : state_(std::move(state)) {}
+  ~LoopWatch() override {
+    state_->alive = false;
+    state_->settling = false;
+    state_->fd.reset(-1);
+  }
+
+ private:
+  std::shared_ptr<EventLoop::WatchState> state_;
+};
+
+// The watches that still live (dropping the others from `watches`).
+std::vector<std::shared_ptr<EventLoop::WatchState>> LiveWatches(
+    std::vector<std::weak_ptr<EventLoop::WatchState>>& watches) {
+  std::vector<std::shared_ptr<EventLoop::WatchState>> live;
+  std::vector<std::weak_ptr<EventLoop::WatchState>> kept;
+  for (const auto& weak : watches) {
+    auto state = weak.lock();
+    if (!state || !state->alive) continue;
+    kept.push_back(state);
+    live.push_back(std::move(state));
+  }
+  watches = std::move(kept);
+  return live;
+}
+
 bool Ticking(const EventLoop::TimerState& timer) {
   return timer.alive && timer.enabled && timer.interval >= 1;
 }
@@ -204,16 +246,80 @@ bool EventLoop::RunDueTimers(Clock::time_point now) {
   return ran;
 }
 
+std::unique_ptr<FolderChangeWatch> EventLoop::Watch(const std::string& folder, int32_t settle_ms,
+                                                    std::function<void()> on_change,
+                                                    std::string& reason) {
+  auto state = std::make_shared<WatchState>();
+  state->fd.reset(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
+  if (state->fd.get() < 0) {
+    reason = std::string("inotify: ") + std::strerror(errno);
+    return nullptr;
+  }
+  if (::inotify_add_watch(state->fd.get(), folder.c_str(),
+                          IN_CLOSE_WRITE | IN_MOVED_TO | IN_ONLYDIR) < 0) {
+    const int error = errno;
+    reason = std::string("inotify: ") + std::strerror(error);
+    if (error == ENOSPC) reason += " (fs.inotify.max_user_watches)";
+    return nullptr;
+  }
+  state->on_change = std::move(on_change);
+  state->settle = std::chrono::milliseconds(std::max<int32_t>(settle_ms, 0));
+  shared_->watches.push_back(state);
+  return std::make_unique<LoopWatch>(std::move(state));
+}
+
+void EventLoop::ReadWatches(Clock::time_point now) {
+  for (const auto& watch : LiveWatches(shared_->watches)) {
+    // The events themselves do not matter (the tick looks at the folder):
+    // only that there were some. A full queue (IN_Q_OVERFLOW) or the folder
+    // gone (IN_IGNORED) are told the same way.
+    alignas(inotify_event) char buffer[4096];
+    bool changed = false;
+    for (;;) {
+      const ssize_t n = ::read(watch->fd.get(), buffer, sizeof buffer);
+      if (n > 0) {
+        changed = true;
+        continue;
+      }
+      if (n < 0 && errno == EINTR) continue;
+      break;  // EAGAIN: nothing more
+    }
+    if (changed) {
+      watch->settling = true;
+      watch->due = now + watch->settle;
+    }
+  }
+}
+
+bool EventLoop::RunSettledWatches(Clock::time_point now) {
+  bool ran = false;
+  for (const auto& watch : LiveWatches(shared_->watches)) {
+    // An earlier callback may have ended this watch.
+    if (!watch->alive || !watch->settling || watch->due > now) continue;
+    watch->settling = false;
+    ran = true;
+    watch->on_change();
+  }
+  return ran;
+}
+
 void EventLoop::RunPending(int32_t max_wait_ms) {
   if (DeliverInterrupt()) return;
   const Clock::time_point now = Clock::now();
-  if (RunDueTimers(now)) return;
+  ReadWatches(now);
+  const bool ticked = RunDueTimers(now);
+  if (RunSettledWatches(now) || ticked) return;
   if (max_wait_ms <= 0) return;
 
   Clock::time_point deadline = now + std::chrono::milliseconds(max_wait_ms);
   for (const auto& weak : shared_->timers) {
     auto timer = weak.lock();
     if (timer && Ticking(*timer)) deadline = std::min(deadline, timer->due);
+  }
+  std::vector<pollfd> fds;
+  for (const auto& watch : LiveWatches(shared_->watches)) {
+    if (watch->settling) deadline = std::min(deadline, watch->due);
+    fds.push_back(pollfd{watch->fd.get(), POLLIN, 0});
   }
 
   // SIGINT stays blocked from the test of the flag until ppoll unblocks it
@@ -232,13 +338,17 @@ void EventLoop::RunPending(int32_t max_wait_ms) {
       timespec timeout{};
       timeout.tv_sec = static_cast<time_t>(ns / 1000000000);
       timeout.tv_nsec = static_cast<long>(ns % 1000000000);
-      ppoll(nullptr, 0, &timeout, &during_wait);  // ends early on a signal
+      // Ends early on a signal or a folder change.
+      ppoll(fds.data(), fds.size(), &timeout, &during_wait);
     }
   }
   pthread_sigmask(SIG_SETMASK, &previous, nullptr);
 
   if (DeliverInterrupt()) return;
-  RunDueTimers(Clock::now());
+  const Clock::time_point woken = Clock::now();
+  ReadWatches(woken);
+  RunDueTimers(woken);
+  RunSettledWatches(woken);
 }
 
 }  // namespace kdzv::posix

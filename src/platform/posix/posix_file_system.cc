@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -73,6 +74,31 @@ struct DirCloser {
 };
 using UniqueDir = std::unique_ptr<DIR, DirCloser>;
 
+// Calls `each(dir, entry)` for every entry of `folder` but "." and "..";
+// `procedure` names the operation in a raised error (76 for a missing
+// folder).
+template <typename Each>
+void ForEachEntry(std::string_view folder_view, const char* procedure, Each each) {
+  const std::string folder(folder_view);
+  UniqueDir dir(folder.empty() ? nullptr : ::opendir(folder.c_str()));
+  if (!dir) {
+    const int error = folder.empty() ? ENOENT : errno;
+    // The folder itself is what is missing.
+    RaiseFileError(error, procedure, error == ENOENT);
+  }
+  for (;;) {
+    errno = 0;
+    const dirent* entry = ::readdir(dir.get());
+    if (entry == nullptr) {
+      if (errno != 0) RaiseFileError(errno, procedure);
+      return;
+    }
+    const std::string_view name(entry->d_name);
+    if (name == "." || name == "..") continue;
+    each(dir.get(), *entry);
+  }
+}
+
 // Whether the entry `entry` of `dir` is a regular file itself; a symbolic
 // link is none, whatever it points to.
 bool IsRegularFile(DIR* dir, const dirent& entry) {
@@ -81,6 +107,27 @@ bool IsRegularFile(DIR* dir, const dirent& entry) {
   struct stat info {};
   return ::fstatat(::dirfd(dir), entry.d_name, &info, AT_SYMLINK_NOFOLLOW) == 0 &&
          S_ISREG(info.st_mode);
+}
+
+// The entry described by `info` (from lstat()), without its name.
+FolderEntry EntryOf(const struct stat& info) {
+  FolderEntry entry;
+  if (S_ISREG(info.st_mode)) {
+    entry.kind = FolderEntry::Kind::kFile;
+    entry.size = static_cast<uint64_t>(info.st_size);
+  } else if (S_ISDIR(info.st_mode)) {
+    entry.kind = FolderEntry::Kind::kFolder;
+  } else if (S_ISLNK(info.st_mode)) {
+    entry.kind = FolderEntry::Kind::kLink;
+  }
+  struct tm local {};
+  const time_t written = info.st_mtime;
+  if (::localtime_r(&written, &local) != nullptr) {
+    entry.last_write = DateTime::FromFields({local.tm_year + 1900, local.tm_mon + 1,
+                                             local.tm_mday, local.tm_hour, local.tm_min,
+                                             local.tm_sec});
+  }
+  return entry;
 }
 
 // Removes a temporary file unless it was renamed to its final name.
@@ -191,26 +238,11 @@ bool PosixFileSystem::FolderExists(std::string_view path) {
   return ::stat(std::string(path).c_str(), &info) == 0 && S_ISDIR(info.st_mode);
 }
 
-std::vector<std::string> PosixFileSystem::ListFiles(std::string_view folder_view) {
-  const std::string folder(folder_view);
-  UniqueDir dir(folder.empty() ? nullptr : ::opendir(folder.c_str()));
-  if (!dir) {
-    const int error = folder.empty() ? ENOENT : errno;
-    // The folder itself is what is missing.
-    RaiseFileError(error, "ListFiles", error == ENOENT);
-  }
+std::vector<std::string> PosixFileSystem::ListFiles(std::string_view folder) {
   std::vector<std::string> names;
-  for (;;) {
-    errno = 0;
-    const dirent* entry = ::readdir(dir.get());
-    if (entry == nullptr) {
-      if (errno != 0) RaiseFileError(errno, "ListFiles");
-      break;
-    }
-    const std::string_view name(entry->d_name);
-    if (name == "." || name == "..") continue;
-    if (IsRegularFile(dir.get(), *entry)) names.emplace_back(name);
-  }
+  ForEachEntry(folder, "ListFiles", [&](DIR* dir, const dirent& entry) {
+    if (IsRegularFile(dir, entry)) names.emplace_back(entry.d_name);
+  });
   // In the order of their names, as Windows lists a folder on its own file
   // system, rather than in the order of a directory's hash table, so that
   // files found in one tick are taken in the same order everywhere.
@@ -312,6 +344,38 @@ bool PosixFileSystem::HeldByAnotherProcess(std::string_view path_view) {
   struct stat info {};
   if (::fstat(file.get(), &info) != 0 || !S_ISREG(info.st_mode)) return false;
   return ::flock(file.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+}
+
+std::vector<FolderEntry> PosixFileSystem::ListEntries(std::string_view folder) {
+  std::vector<FolderEntry> entries;
+  ForEachEntry(folder, "ListEntries", [&](DIR* dir, const dirent& found) {
+    struct stat info {};
+    if (::fstatat(::dirfd(dir), found.d_name, &info, AT_SYMLINK_NOFOLLOW) != 0) return;
+    FolderEntry entry = EntryOf(info);
+    entry.name = found.d_name;
+    entries.push_back(std::move(entry));
+  });
+  return entries;
+}
+
+std::optional<FolderEntry> PosixFileSystem::EntryAt(std::string_view path) {
+  if (path.empty()) return std::nullopt;
+  struct stat info {};
+  if (::lstat(std::string(path).c_str(), &info) != 0) return std::nullopt;
+  return EntryOf(info);
+}
+
+void PosixFileSystem::RenameReplacing(std::string_view source_view,
+                                      std::string_view target_view) {
+  const std::string source(source_view);
+  const std::string target(target_view);
+  struct stat info {};
+  if (::lstat(source.c_str(), &info) != 0) RaisePathError(errno, source, "RenameReplacing");
+  if (S_ISDIR(info.st_mode)) RaiseStandard(err::kPermissionDenied, "RenameReplacing");
+  if (!S_ISREG(info.st_mode)) RaiseStandard(err::kPathFileAccess, "RenameReplacing");
+  if (::rename(source.c_str(), target.c_str()) != 0) {
+    RaisePathError(errno, target, "RenameReplacing");
+  }
 }
 
 }  // namespace kdzv::posix

@@ -30,6 +30,13 @@ class PosixFileSystem : public FileSystem {
   void DeleteFile(std::string_view path) override;
   bool TryExclusiveAccess(std::string_view path) override;
   bool HeldByAnotherProcess(std::string_view path) override;
+
+  // lstat() of every entry; a name that vanished meanwhile is left out.
+  std::vector<FolderEntry> ListEntries(std::string_view folder) override;
+  std::optional<FolderEntry> EntryAt(std::string_view path) override;
+  // rename(), which replaces a file of the target's name and refuses a
+  // folder; a link as the source is refused.
+  void RenameReplacing(std::string_view source, std::string_view target) override;
 };
 
 }  // namespace kdzv::posix

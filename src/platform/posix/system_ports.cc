@@ -37,6 +37,7 @@ posix::EventLoop& Loop() {
 
 SyncWindowPlatform* HeadlessWindowPlatform() { return &Loop(); }
 MessagePump* HeadlessMessagePump() { return &Loop(); }
+FolderChanges* HeadlessFolderChanges() { return &Loop(); }
 SettingsDialogPlatform* SettingsDialogs() { return nullptr; }
 void CatchInterrupt() { posix::EventLoop::CatchInterrupt(); }
 

@@ -91,6 +91,65 @@ class FindHandle {
   HANDLE handle_;
 };
 
+// A file time (UTC) as local time, to the second; the zero date when it
+// cannot be converted.
+DateTime LocalDateTime(const FILETIME& written) {
+  SYSTEMTIME utc{};
+  SYSTEMTIME local{};
+  if (!::FileTimeToSystemTime(&written, &utc) ||
+      !::SystemTimeToTzSpecificLocalTime(nullptr, &utc, &local)) {
+    return DateTime();
+  }
+  return DateTime::FromFields({local.wYear, local.wMonth, local.wDay, local.wHour, local.wMinute,
+                               local.wSecond});
+}
+
+// The entry described by `attributes`, `written` and the size halves,
+// without its name.
+FolderEntry EntryOf(DWORD attributes, const FILETIME& written, DWORD size_high, DWORD size_low) {
+  FolderEntry entry;
+  if ((attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) {
+    entry.kind = FolderEntry::Kind::kLink;
+  } else if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+    entry.kind = FolderEntry::Kind::kFolder;
+  } else {
+    entry.kind = FolderEntry::Kind::kFile;
+    entry.size = (static_cast<uint64_t>(size_high) << 32) | size_low;
+  }
+  entry.last_write = LocalDateTime(written);
+  return entry;
+}
+
+// Calls `each(found)` for every entry FindFirstFileW / FindNextFileW give
+// for `folder` ("." and ".." included); `procedure` names the operation in
+// a raised error ("Path not found" for a missing folder).
+template <typename Each>
+void ForEachFound(std::string_view folder, const char* procedure, Each each) {
+  // An empty folder would list the current one: treat it as missing.
+  if (folder.empty()) RaiseFileError(ERROR_PATH_NOT_FOUND, procedure);
+  WIN32_FIND_DATAW found{};
+  std::string pattern(folder);
+  if (!EndsInSeparator(pattern)) pattern += '\\';
+  pattern += '*';
+  FindHandle find(::FindFirstFileW(Widen(pattern).c_str(), &found));
+  if (find.get() == INVALID_HANDLE_VALUE) {
+    const DWORD error = ::GetLastError();
+    const DWORD attributes = Attributes(folder);
+    const bool exists =
+        attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    // A drive's root folder can be empty of even "." and "..".
+    if (error == ERROR_FILE_NOT_FOUND && exists) return;
+    // A missing folder, or a file in its place, is "Path not found" whatever
+    // the search reported.
+    RaiseFileError(exists ? error : ERROR_PATH_NOT_FOUND, procedure);
+  }
+  do {
+    each(found);
+  } while (::FindNextFileW(find.get(), &found));
+  const DWORD error = ::GetLastError();
+  if (error != ERROR_NO_MORE_FILES) RaiseFileError(error, procedure);
+}
+
 }  // namespace
 
 void Win32FileSystem::AppendToFile(std::string_view path, std::string_view text) {
@@ -118,28 +177,12 @@ bool Win32FileSystem::FolderExists(std::string_view path) {
 }
 
 std::vector<std::string> Win32FileSystem::ListFiles(std::string_view folder) {
-  // An empty folder would list the current one: treat it as missing.
-  if (folder.empty()) RaiseFileError(ERROR_PATH_NOT_FOUND, "ListFiles");
-  WIN32_FIND_DATAW found{};
-  const std::wstring pattern = Widen(BuildPath(folder, "*"));
-  FindHandle find(::FindFirstFileW(pattern.c_str(), &found));
   std::vector<std::string> names;
-  if (find.get() == INVALID_HANDLE_VALUE) {
-    const DWORD error = ::GetLastError();
-    // A drive's root folder can be empty of even "." and "..".
-    const bool exists = FolderExists(folder);
-    if (error == ERROR_FILE_NOT_FOUND && exists) return names;
-    // A missing folder, or a file in its place, is "Path not found" whatever
-    // the search reported.
-    RaiseFileError(exists ? error : ERROR_PATH_NOT_FOUND, "ListFiles");
-  }
-  do {
+  ForEachFound(folder, "ListFiles", [&](const WIN32_FIND_DATAW& found) {
     if ((found.dwFileAttributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT)) == 0) {
       names.push_back(Narrow(found.cFileName));
     }
-  } while (::FindNextFileW(find.get(), &found));
-  const DWORD error = ::GetLastError();
-  if (error != ERROR_NO_MORE_FILES) RaiseFileError(error, "ListFiles");
+  });
   return names;
 }
 
@@ -224,6 +267,43 @@ bool Win32FileSystem::HeldByAnotherProcess(std::string_view path) {
   if (file.valid()) return false;
   const DWORD error = ::GetLastError();
   return error == ERROR_SHARING_VIOLATION || error == ERROR_LOCK_VIOLATION;
+}
+
+std::vector<FolderEntry> Win32FileSystem::ListEntries(std::string_view folder) {
+  std::vector<FolderEntry> entries;
+  ForEachFound(folder, "ListEntries", [&](const WIN32_FIND_DATAW& found) {
+    const std::wstring_view name(found.cFileName);
+    if (name == L"." || name == L"..") return;
+    FolderEntry entry = EntryOf(found.dwFileAttributes, found.ftLastWriteTime,
+                                found.nFileSizeHigh, found.nFileSizeLow);
+    entry.name = Narrow(found.cFileName);
+    entries.push_back(std::move(entry));
+  });
+  return entries;
+}
+
+std::optional<FolderEntry> Win32FileSystem::EntryAt(std::string_view path) {
+  if (path.empty()) return std::nullopt;
+  WIN32_FILE_ATTRIBUTE_DATA data{};
+  if (!::GetFileAttributesExW(Widen(path).c_str(), GetFileExInfoStandard, &data)) {
+    return std::nullopt;
+  }
+  return EntryOf(data.dwFileAttributes, data.ftLastWriteTime, data.nFileSizeHigh,
+                 data.nFileSizeLow);
+}
+
+void Win32FileSystem::RenameReplacing(std::string_view source, std::string_view target) {
+  const DWORD attributes = Attributes(source);
+  if (attributes == INVALID_FILE_ATTRIBUTES) RaiseFileError(::GetLastError(), "RenameReplacing");
+  if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+    RaiseFileError(ERROR_ACCESS_DENIED, "RenameReplacing");
+  }
+  if ((attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) {
+    RaiseFileError(ERROR_CANT_ACCESS_FILE, "RenameReplacing");
+  }
+  if (!::MoveFileExW(Widen(source).c_str(), Widen(target).c_str(), MOVEFILE_REPLACE_EXISTING)) {
+    RaiseFileError(::GetLastError(), "RenameReplacing");
+  }
 }
 
 }  // namespace kdzv::win32

@@ -43,6 +43,13 @@ class Win32FileSystem : public FileSystem {
   // handle is open on the file.
   bool TryExclusiveAccess(std::string_view path) override;
   bool HeldByAnotherProcess(std::string_view path) override;
+
+  // FindFirstFileW / FindNextFileW; every reparse point is a link.
+  std::vector<FolderEntry> ListEntries(std::string_view folder) override;
+  std::optional<FolderEntry> EntryAt(std::string_view path) override;
+  // MoveFileExW with MOVEFILE_REPLACE_EXISTING, never copying; a reparse
+  // point as the source is refused.
+  void RenameReplacing(std::string_view source, std::string_view target) override;
 };
 
 }  // namespace kdzv::win32

@@ -6,7 +6,9 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <map>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "support/fakes.h"
@@ -110,6 +112,33 @@ TEST_F(PosixLinks, DeleteFileRemovesTheLinkNotItsTarget) {
   Link("HX1_2.xml", outside);
   fs.DeleteFile(dir.File("HX1_2.xml"));
   EXPECT_FALSE(IsLink(dir.File("HX1_2.xml")));
+  EXPECT_EQ(test::ReadFileBytes(outside), "keep me");
+}
+
+TEST_F(PosixLinks, ListEntriesShowsLinksAsLinksWhateverTheyPointTo) {
+  test::WriteFileBytes(dir.File("HX1_2.xml"), "x");
+  Link("to_file.xml", outside);
+  Link("dangling.xml", elsewhere.File("nothing"));
+  Link("to_folder", elsewhere.path());
+  std::map<std::string, FolderEntry::Kind> kinds;
+  for (const FolderEntry& entry : fs.ListEntries(dir.path())) kinds[entry.name] = entry.kind;
+  const std::map<std::string, FolderEntry::Kind> expected{
+      {"HX1_2.xml", FolderEntry::Kind::kFile},
+      {"dangling.xml", FolderEntry::Kind::kLink},
+      {"to_file.xml", FolderEntry::Kind::kLink},
+      {"to_folder", FolderEntry::Kind::kLink}};
+  EXPECT_EQ(kinds, expected);
+  const std::optional<FolderEntry> link = fs.EntryAt(dir.File("to_file.xml"));
+  ASSERT_TRUE(link.has_value());
+  EXPECT_EQ(link->kind, FolderEntry::Kind::kLink);
+  EXPECT_EQ(link->size, 0u);
+}
+
+TEST_F(PosixLinks, RenameReplacingRefusesALinkAsItsSource) {
+  Link("kdZentavo.log", outside);
+  EXPECT_EQ(ErrorOf([&] { fs.RenameReplacing(dir.File("kdZentavo.log"), dir.File("a.log.1")); }),
+            75);
+  EXPECT_TRUE(IsLink(dir.File("kdZentavo.log")));
   EXPECT_EQ(test::ReadFileBytes(outside), "keep me");
 }
 
