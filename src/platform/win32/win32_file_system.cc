@@ -38,21 +38,6 @@ void WriteBytes(std::string_view path, DWORD access, DWORD disposition, std::str
   if (!::CloseHandle(file.release())) RaiseFileError(::GetLastError(), procedure);
 }
 
-// UTF-8 to the ANSI code page; without best-fit mapping, so a character the
-// code page lacks becomes "?" instead of a look-alike.
-std::string ToAnsiCodePage(std::string_view text, const char* procedure) {
-  const std::wstring wide = Widen(text);
-  if (wide.empty()) return {};
-  const int length = static_cast<int>(wide.size());
-  const int size = ::WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, wide.data(), length, nullptr,
-                                         0, "?", nullptr);
-  if (size <= 0) RaiseFileError(::GetLastError(), procedure);
-  std::string out(static_cast<size_t>(size), '\0');
-  ::WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, wide.data(), length, out.data(), size, "?",
-                        nullptr);
-  return out;
-}
-
 // The attributes of `path`, or INVALID_FILE_ATTRIBUTES.
 DWORD Attributes(std::string_view path) { return ::GetFileAttributesW(Widen(path).c_str()); }
 
@@ -93,11 +78,13 @@ class FindHandle {
 
 }  // namespace
 
+Win32FileSystem::Win32FileSystem() : code_page_(::GetACP()) {}
+
 void Win32FileSystem::AppendToFile(std::string_view path, std::string_view text) {
   // Text files on Windows are in the ANSI code page, as the runtime's text
   // output writes them.
   if (IsReparsePoint(path)) RaiseFileError(ERROR_CANT_ACCESS_FILE, "AppendToFile");
-  WriteBytes(path, FILE_APPEND_DATA, OPEN_ALWAYS, ToAnsiCodePage(text, "AppendToFile"),
+  WriteBytes(path, FILE_APPEND_DATA, OPEN_ALWAYS, ToCodePage(text, code_page_, "AppendToFile"),
              "AppendToFile");
 }
 
@@ -107,7 +94,7 @@ void Win32FileSystem::WriteTextFile(std::string_view path, std::string_view text
   if (IsReparsePoint(path) && !::DeleteFileW(Widen(path).c_str())) {
     RaiseFileError(::GetLastError(), "WriteTextFile");
   }
-  WriteBytes(path, GENERIC_WRITE, CREATE_ALWAYS, ToAnsiCodePage(text, "WriteTextFile"),
+  WriteBytes(path, GENERIC_WRITE, CREATE_ALWAYS, ToCodePage(text, code_page_, "WriteTextFile"),
              "WriteTextFile");
 }
 

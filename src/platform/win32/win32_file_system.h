@@ -21,6 +21,13 @@ namespace kdzv::win32 {
 
 class Win32FileSystem : public FileSystem {
  public:
+  // Text files (the log, the messages) in the system's ANSI code page.
+  Win32FileSystem();
+  // Text files in `code_page`: 1252, or 65001 (UTF-8) as on a system set to
+  // "Unicode UTF-8" for programs that are not Unicode.
+  explicit Win32FileSystem(unsigned int code_page) : code_page_(code_page) {}
+
+  // In the code page of the text files.
   void AppendToFile(std::string_view path, std::string_view bytes) override;
   void WriteTextFile(std::string_view path, std::string_view text) override;
   bool FolderExists(std::string_view path) override;
@@ -42,6 +49,9 @@ class Win32FileSystem : public FileSystem {
   // Opens for reading and writing with share mode 0: fails while any other
   // handle is open on the file.
   bool TryExclusiveAccess(std::string_view path) override;
+
+ private:
+  unsigned int code_page_;
 };
 
 }  // namespace kdzv::win32
