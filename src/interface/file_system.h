@@ -17,7 +17,9 @@ class FileSystem {
   // text (UTF-8) is written in the encoding of the system's text files:
   // UTF-8 on Linux (read in UTF-8 terminals), the ANSI code page on Windows
   // (a character it does not hold becomes "?"; UTF-8 where that is the ANSI
-  // code page). A symbolic link at `path` is refused, never written through.
+  // code page). A symbolic link at `path` is refused, never written through;
+  // on Windows so is a read-only file, and a file that this creates may be
+  // changed by every user of the PC.
   virtual void AppendToFile(std::string_view path, std::string_view text) = 0;
 
   // Creates or replaces `path` with `text` (UTF-8) converted to the system's

@@ -27,7 +27,8 @@ class Win32FileSystem : public FileSystem {
   // "Unicode UTF-8" for programs that are not Unicode.
   explicit Win32FileSystem(unsigned int code_page) : code_page_(code_page) {}
 
-  // In the code page of the text files.
+  // In the code page of the text files. A file that this creates may be
+  // changed by every user of the PC (SharedSecurity::ForFiles): the log.
   void AppendToFile(std::string_view path, std::string_view bytes) override;
   void WriteTextFile(std::string_view path, std::string_view text) override;
   bool FolderExists(std::string_view path) override;
