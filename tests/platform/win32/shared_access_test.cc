@@ -8,7 +8,7 @@
 
 #include <memory>
 #include <string>
-#include <utility>
+#include <thread>
 #include <vector>
 
 #include "platform/win32/wide_text.h"
@@ -187,20 +187,9 @@ TEST(Win32ProfileFileLock, ALockLeftByAHolderThatEndedIsTakenOver) {
   test::TempDir dir;
   const std::string cfg = dir.File("kdZentavo.cfg");
   Win32ProfileFile profile;
-  std::pair<Win32ProfileFile*, const std::string*> args(&profile, &cfg);
-  HANDLE thread = ::CreateThread(
-      nullptr, 0,
-      [](void* argument) -> DWORD {
-        auto* given = static_cast<std::pair<Win32ProfileFile*, const std::string*>*>(argument);
-        // Taken and never given back (its handle stays open): the thread
-        // ends as its holder.
-        static_cast<void>(given->first->Lock(*given->second).release());
-        return 0;
-      },
-      &args, 0, nullptr);
-  ASSERT_NE(thread, nullptr);
-  ::WaitForSingleObject(thread, INFINITE);
-  ::CloseHandle(thread);
+  // Taken and never given back (its handle stays open): the thread ends as
+  // its holder.
+  std::thread([&] { static_cast<void>(profile.Lock(cfg).release()); }).join();
   const DWORD start = ::GetTickCount();
   const auto lock = profile.Lock(cfg);
   EXPECT_TRUE(lock);
