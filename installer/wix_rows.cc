@@ -1,7 +1,9 @@
 // Writes the installer package's WiX source: the template with the library's
-// registry rows put in place of its marker line, built from the same table
-// as the library's own registration. Also lists the rows, tab-separated, for
-// the check of the built package.
+// registry rows put in place of its two marker lines, built from the same
+// table as the library's own registration: the ProgIDs, which both registry
+// views share, into the component that both architectures' packages hold,
+// every other row into the library's component. Also lists the rows,
+// tab-separated with their component, for the check of the built package.
 //   kdzv_wix_rows PLATFORM TEMPLATE OUTPUT_WXS OUTPUT_ROWS
 // PLATFORM is the type library's platform, win32 or win64. A native program:
 // it runs on the build machine, whatever the target.
@@ -21,6 +23,16 @@ namespace {
 constexpr char kDllReference[] = "[#kdZentavo.dll]";
 constexpr char kFolderReference[] = "[INSTALLDIR]";
 constexpr char kMarker[] = "<!-- registry rows -->";
+constexpr char kSharedMarker[] = "<!-- shared registry rows -->";
+// The components (<Component Id=...>) of the template.
+constexpr char kLibraryComponent[] = "Library";
+constexpr char kSharedComponent[] = "ProgIds";
+
+// The component of a row: the ProgIDs are the shared one's.
+const char* ComponentOf(const kdzv::com::table::Row& row) {
+  return row.key.rfind(kdzv::com::table::kProgIdPrefix, 0) == 0 ? kSharedComponent
+                                                                 : kLibraryComponent;
+}
 
 std::string Escape(const std::string& text) {
   std::string out;
@@ -36,12 +48,16 @@ std::string Escape(const std::string& text) {
   return out;
 }
 
+// The rows of `component`. The first value is the component's key path
+// when `key_path` (a component without a file needs one).
 std::string RegistryElements(const std::vector<kdzv::com::table::Row>& rows,
+                             const std::string& component, bool key_path,
                              const std::string& indent) {
   // One <RegistryKey> per key, its values in the table's order.
   std::vector<std::string> keys;
   std::map<std::string, std::vector<const kdzv::com::table::Row*>> values;
   for (const auto& row : rows) {
+    if (component != ComponentOf(row)) continue;
     if (values.count(row.key) == 0) keys.push_back(row.key);
     values[row.key].push_back(&row);
   }
@@ -51,7 +67,10 @@ std::string RegistryElements(const std::vector<kdzv::com::table::Row>& rows,
     for (const auto* row : values[key]) {
       out << indent << "  <RegistryValue Type=\"string\"";
       if (!row->name.empty()) out << " Name=\"" << Escape(row->name) << "\"";
-      out << " Value=\"" << Escape(row->value) << "\"/>\n";
+      out << " Value=\"" << Escape(row->value) << "\"";
+      if (key_path) out << " KeyPath=\"yes\"";
+      key_path = false;
+      out << "/>\n";
     }
     out << indent << "</RegistryKey>\n";
   }
@@ -79,25 +98,31 @@ int main(int argc, char** argv) {
 
   std::ostringstream wxs;
   std::string line;
-  int markers = 0;
+  int markers = 0, shared_markers = 0;
   while (std::getline(in, line)) {
-    const size_t at = line.find(kMarker);
-    if (at == std::string::npos) {
+    // The shared marker holds the other one's text: looked for first.
+    if (const size_t at = line.find(kSharedMarker); at != std::string::npos) {
+      ++shared_markers;
+      wxs << RegistryElements(rows, kSharedComponent, true, line.substr(0, at));
+    } else if (const size_t at = line.find(kMarker); at != std::string::npos) {
+      ++markers;
+      wxs << RegistryElements(rows, kLibraryComponent, false, line.substr(0, at));
+    } else {
       wxs << line << "\n";
-      continue;
     }
-    ++markers;
-    wxs << RegistryElements(rows, line.substr(0, at));
   }
-  if (markers != 1) {
-    std::cerr << "kdzv_wix_rows: the template must hold the marker line once, found "
-              << markers << "\n";
+  if (markers != 1 || shared_markers != 1) {
+    std::cerr << "kdzv_wix_rows: the template must hold each marker line once, found "
+              << markers << " and " << shared_markers << "\n";
     return 1;
   }
   std::ofstream out_wxs(argv[3], std::ios::binary);
   out_wxs << wxs.str();
   std::ofstream out_rows(argv[4], std::ios::binary);
-  for (const auto& row : rows) out_rows << row.key << "\t" << row.name << "\t" << row.value << "\n";
+  for (const auto& row : rows) {
+    out_rows << row.key << "\t" << row.name << "\t" << row.value << "\t" << ComponentOf(row)
+             << "\n";
+  }
   if (!out_wxs || !out_rows) {
     std::cerr << "kdzv_wix_rows: cannot write the output\n";
     return 1;

@@ -58,6 +58,17 @@ bool HasSubkeys(const std::wstring& key) {
   return status == ERROR_SUCCESS && subkeys > 0;
 }
 
+// Whether the other architecture's build registers the class `clsid`. The
+// CLSID keys have a 64-bit and a 32-bit view on 64-bit Windows; the other
+// build's are in the view that is not this build's own. (On 32-bit Windows
+// there is one view only, this build's own, so the flag changes nothing.)
+bool OtherViewRegisters(const std::wstring& clsid) {
+  const REGSAM other_view = sizeof(void*) == 8 ? KEY_WOW64_32KEY : KEY_WOW64_64KEY;
+  RegKey key;
+  return ::RegOpenKeyExW(HKEY_CLASSES_ROOT, (L"CLSID\\" + clsid).c_str(), 0,
+                         KEY_READ | other_view, key.Put()) == ERROR_SUCCESS;
+}
+
 LONG DeleteTree(const std::wstring& key) {
   const LONG status = ::RegDeleteTreeW(HKEY_CLASSES_ROOT, key.c_str());
   if (status == ERROR_SUCCESS || status == ERROR_FILE_NOT_FOUND) {
@@ -109,8 +120,12 @@ HRESULT UnregisterServer() {
     if (status != ERROR_SUCCESS && failed == ERROR_SUCCESS) failed = status;
   };
   for (const table::ClassRecord& entry : table::kClasses) {
-    remove(Wide(table::kProgIdPrefix) + Wide(entry.name));
     remove(L"CLSID\\" + Wide(entry.clsid));
+    // The ProgIDs are one for both views: while the other architecture's
+    // build still registers the class, its hosts find the class through it.
+    if (!OtherViewRegisters(Wide(entry.clsid))) {
+      remove(Wide(table::kProgIdPrefix) + Wide(entry.name));
+    }
   }
   // The type library's entry of this platform; the library and its
   // interfaces only when no other platform's build still uses them.

@@ -30,9 +30,11 @@ const wchar_t* OwnPlatform();
 
 // Writes every row; on failure removes what it wrote.
 HRESULT RegisterServer(const std::wstring& dll_path);
-// Removes the classes and ProgIDs, and the type library's entry of this
-// platform; the type library and its interfaces go too when no other
-// platform's build is registered.
+// Removes the classes, and the type library's entry of this platform. The
+// keys that both registry views share go only when the other platform's
+// build no longer uses them: a class's ProgID when the other view has no
+// key of that class, the type library and its interfaces when it has no
+// entry of the other platform.
 HRESULT UnregisterServer();
 
 }  // namespace kdzv::com

@@ -3,21 +3,20 @@
 // download folder.
 #include "interface/error_report.h"
 #include "exchange/kd_zv_interface.h"
-#include "util/vb_convert.h"
 
 namespace kdzv {
 
 bool kdZVInterface::StartNewSession(const std::string& prefix) {
   try {
-    // Long arithmetic: after 2147483647 comes an overflow, never a negative
-    // number (the exchange is then not opened and nothing is written).
-    const int32_t session_id = AddLong(matching_.GetLastSessionID(config_file_), 1);
+    // Read, one added and saved under the configuration file's lock. After
+    // 2147483647 comes an overflow, never a negative number (the exchange
+    // is then not opened and nothing is written).
+    const int32_t session_id = matching_.TakeNextSessionID(config_file_);
     session_ = std::make_unique<clZVSessionInfo>();
     session_->SessionID = session_id;
     session_->MsgID = 1;
     session_->Mark = "M";
     session_->FilePraefix = prefix;
-    matching_.SaveSessionID(session_id, config_file_);
 
     const std::shared_ptr<clZVSettings> settings = Settings();
     const std::string path =

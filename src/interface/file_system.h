@@ -30,13 +30,16 @@ class FileSystem {
   // Opens `path` for appending (creating it), writes `text`, closes it. The
   // text (UTF-8) is written in the encoding of the system's text files:
   // UTF-8 on Linux (read in UTF-8 terminals), the ANSI code page on Windows
-  // (a character it does not hold becomes "?"). A symbolic link at `path` is
-  // refused, never written through.
+  // (a character it does not hold becomes "?"; UTF-8 where that is the ANSI
+  // code page). A symbolic link at `path` is refused, never written through;
+  // on Windows so is a read-only file, and a file that this creates may be
+  // changed by every user of the PC.
   virtual void AppendToFile(std::string_view path, std::string_view text) = 0;
 
   // Creates or replaces `path` with `text` (UTF-8) converted to the system's
-  // single-byte code page: Windows-1252 on Linux, the ANSI code page on
-  // Windows. A character the code page does not hold becomes "?". A
+  // code page for text files: Windows-1252 on Linux, the ANSI code page on
+  // Windows (UTF-8 where that is the ANSI code page). A character the code
+  // page does not hold becomes "?". A
   // symbolic link standing at `path` is removed and replaced by the file,
   // never written through.
   virtual void WriteTextFile(std::string_view path, std::string_view text) = 0;

@@ -71,6 +71,15 @@ int32_t clZVMatching::GetLastSessionID(std::string_view file) {
   }
 }
 
+int32_t clZVMatching::TakeNextSessionID(std::string_view file) {
+  const std::unique_ptr<ProfileFileLock> lock = profile_.Lock(file);
+  // Long arithmetic: after 2147483647 comes an overflow, never a negative
+  // number.
+  const int32_t session_id = AddLong(GetLastSessionID(file), 1);
+  SaveSessionID(session_id, file);
+  return session_id;
+}
+
 void clZVMatching::ReadMatchingCFG(std::string_view file) {
   try {
     AttrNeuerPatient =

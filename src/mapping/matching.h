@@ -8,8 +8,8 @@
 // kdZVCalendar.
 //
 // The file operations take the file's full path; the class keeps none. No
-// operation raises: failures go to the error report and the operation
-// returns its failure value.
+// operation but TakeNextSessionID raises: failures go to the error report
+// and the operation returns its failure value.
 #ifndef KDZV_MAPPING_MATCHING_H_
 #define KDZV_MAPPING_MATCHING_H_
 
@@ -37,6 +37,14 @@ class clZVMatching {
   // SESSION/LastSessionID read by the leading-number rule ("12abc" is 12),
   // rounded halves to even; 0 when missing, empty or on failure.
   int32_t GetLastSessionID(std::string_view file);
+  // The number of a new session, taken for good: under the profile file's
+  // lock (ProfileFile::Lock) the last number is read, one added and the sum
+  // saved, so that two processes (two users' hosts on a terminal server)
+  // never take the same number. Raises kdzv::Error when the lock cannot be
+  // had (nothing read or written) and 6 "Overflow" after 2147483647 (nothing
+  // written); a failure to read or write is reported as by GetLastSessionID
+  // and SaveSessionID.
+  int32_t TakeNextSessionID(std::string_view file);
   // Reads MATCHING/NeuerPatient, Versicherung and Methode into the three
   // attribute names (defaults "Neuer Patient", "Versichertenart",
   // "Behandlungsart"; a key present with an empty value gives "") and sets

@@ -8,10 +8,18 @@
 #define KDZV_MAPPING_PROFILE_FILE_H_
 
 #include <cstddef>
+#include <memory>
 #include <string>
 #include <string_view>
 
 namespace kdzv {
+
+// Held while one process reads, changes and writes a profile file; see
+// ProfileFile::Lock.
+class ProfileFileLock {
+ public:
+  virtual ~ProfileFileLock() = default;
+};
 
 class ProfileFile {
  public:
@@ -25,6 +33,12 @@ class ProfileFile {
                            std::string_view value, std::string_view file) = 0;
   // Makes sure everything written to `file` has reached the disk.
   virtual void Flush(std::string_view file) = 0;
+  // Waits until no other process of the machine, whichever user runs it,
+  // holds the lock of `file`, and holds it until the answer is destroyed:
+  // a read, change and write of the file under it is never interleaved with
+  // another's. Not re-entrant. Raises kdzv::Error when the lock cannot be
+  // had.
+  [[nodiscard]] virtual std::unique_ptr<ProfileFileLock> Lock(std::string_view file) = 0;
 };
 
 }  // namespace kdzv

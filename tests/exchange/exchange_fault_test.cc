@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
 
 #include "exchange/exchange_harness.h"
 #include "support/golden.h"
@@ -102,6 +103,34 @@ TEST(ExchangeFaultTest, ADepotThatCannotTakeAFileLeavesItInTheDownloadFolder) {
   EXPECT_TRUE(Contains(log, "(MAIN) --> ERROR: ")) << log;
   EXPECT_TRUE(Contains(log, "File=" + h.Down("HX1_2.xml"))) << log;
   EXPECT_TRUE(Contains(log, "Erwartete Datei: 'HX1_4.xml'")) << log;
+}
+
+// A log that another user created, and that this user may not change, is
+// refused at once. (Wine does not check permissions; a read-only file is
+// refused on either system, except to Linux's root, who writes it anyway.
+// Windows refuses it to every user.)
+TEST(ExchangeFaultTest, ALogThatCannotBeWrittenEndsWithItsTextBeforeAnythingElse) {
+  ExchangeHarness h;
+  const std::string log = h.LogFile();
+  test::WriteFileBytes(log, "");
+  MakeReadOnly(log, true);
+#ifndef _WIN32
+  if (std::ofstream(log, std::ios::app)) {
+    MakeReadOnly(log, false);
+    GTEST_SKIP() << "this user writes read-only files";
+  }
+#endif
+  test::WriteFileBytes(h.Down("old.xml"), "old");
+  EXPECT_EQ(h.Run({}), ZV_Error_LogFileAccess);
+  MakeReadOnly(log, false);
+  EXPECT_EQ(h.sErr, "Auf die Log-Datei " + log +
+                        " kann nicht zugegriffen werden (Error 70 - Permission denied).");
+  EXPECT_EQ(test::ReadFileBytes(log), "");
+  // Nothing else was done: no number taken, no file moved or written.
+  EXPECT_FALSE(h.profile.Value("kdZentavo.cfg", "SESSION", "LastSessionID"));
+  EXPECT_TRUE(fs::exists(h.Down("old.xml")));
+  EXPECT_TRUE(test::FolderEntries(h.up).empty());
+  EXPECT_TRUE(h.ui.boxes.empty());
 }
 
 }  // namespace

@@ -198,6 +198,39 @@ TEST(ExchangeRulesTest, AReadOnlyLeftOverIsStillTaken) {
 
 // --- Numbers at the end of their range ---
 
+// Another user's host on the same PC opens its exchanges from the same
+// configuration file: the number is read, one added and saved under the
+// file's lock, and the lock is given back before the opening message is
+// written and the host hears of the exchange.
+TEST(ExchangeRulesTest, TheSessionNumberIsTakenUnderTheConfigurationFilesLock) {
+  ExchangeHarness h;
+  h.profile.WriteString("SESSION", "LastSessionID", "6", "kdZentavo.cfg");
+  h.Interface();
+  h.profile.journal.clear();
+  h.host.on_sync_log = [&h](const std::string& line) {
+    const Names& journal = h.profile.journal;
+    EXPECT_TRUE(journal.empty() || journal.back() == "Unlock kdZentavo.cfg") << line;
+  };
+  EXPECT_EQ(h.Run({{"HX7_1.xml", "HX7_2.xml", ExchangeHarness::Answer(7, 2, kSessionEnd)}}),
+            ZV_Success);
+  EXPECT_EQ(h.profile.journal,
+            (Names{"Lock kdZentavo.cfg", "GetString SESSION/LastSessionID",
+                   "WriteString SESSION/LastSessionID=7", "Flush", "Unlock kdZentavo.cfg"}));
+}
+
+// A lock that cannot be had opens no exchange: no number, no message.
+TEST(ExchangeRulesTest, WithoutTheLockNoExchangeIsOpened) {
+  ExchangeHarness h;
+  h.profile.WriteString("SESSION", "LastSessionID", "6", "kdZentavo.cfg");
+  h.profile.fail_lock = ErrorInfo{70, "Permission denied", "Lock"};
+  EXPECT_EQ(h.Run({}), ZV_Error_Cancel);
+  EXPECT_TRUE(test::FolderEntries(h.up).empty());
+  EXPECT_EQ(h.profile.Value("kdZentavo.cfg", "SESSION", "LastSessionID"), "6");
+  EXPECT_THAT(h.LogText(),
+              HasSubstr("(MAIN) --> ERROR: 70/Permission denied / Modul=kdTCInterface / "
+                        "Proc=StartNewSession / Details="));
+}
+
 TEST(ExchangeRulesTest, TheLastSessionNumberOverflowsAndNothingIsOpened) {
   ExchangeHarness h;
   h.profile.WriteString("SESSION", "LastSessionID", "2147483647", "kdZentavo.cfg");

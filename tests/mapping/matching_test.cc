@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <limits>
 #include <string>
+#include <vector>
 
 #include "support/fake_profile_file.h"
 #include "support/fakes.h"
@@ -176,6 +177,51 @@ TEST_F(MatchingTest, TwoSavesGiveConsecutiveReads) {
   EXPECT_EQ(matching.GetLastSessionID(kCfg), 42);
   matching.SaveSessionID(-3, kCfg);
   EXPECT_EQ(matching.GetLastSessionID(kCfg), -3);
+}
+
+// The number is read, one added and saved while the configuration file's
+// lock is held: no other process can read the same last number meanwhile.
+TEST_F(MatchingTest, TheNextSessionNumberIsTakenUnderTheFilesLock) {
+  profile.Set(kCfg, "SESSION", "LastSessionID", "41");
+  profile.journal.clear();
+  EXPECT_EQ(matching.TakeNextSessionID(kCfg), 42);
+  const std::string cfg = kCfg;
+  EXPECT_EQ(profile.journal,
+            (std::vector<std::string>{"Lock " + cfg, "GetString SESSION/LastSessionID",
+                                      "WriteString SESSION/LastSessionID=42", "Flush",
+                                      "Unlock " + cfg}));
+  EXPECT_EQ(matching.TakeNextSessionID(kCfg), 43);
+  EXPECT_EQ(profile.Value(kCfg, "SESSION", "LastSessionID"), "43");
+  EXPECT_TRUE(process.Reports().empty());
+}
+
+TEST_F(MatchingTest, WithoutTheLockNothingIsReadOrWritten) {
+  profile.Set(kCfg, "SESSION", "LastSessionID", "41");
+  profile.fail_lock = ErrorInfo{70, "Permission denied", ""};
+  try {
+    matching.TakeNextSessionID(kCfg);
+    ADD_FAILURE() << "no error raised";
+  } catch (const Error& error) {
+    EXPECT_EQ(error.number(), 70);
+  }
+  EXPECT_EQ(profile.journal, std::vector<std::string>{"Lock " + std::string(kCfg)});
+  EXPECT_EQ(profile.Value(kCfg, "SESSION", "LastSessionID"), "41");
+}
+
+// After the largest number comes an overflow; the lock is given back and
+// the stored number stays.
+TEST_F(MatchingTest, TheNumberAfterTheLargestOverflowsAndIsNotWritten) {
+  profile.Set(kCfg, "SESSION", "LastSessionID", "2147483647");
+  try {
+    matching.TakeNextSessionID(kCfg);
+    ADD_FAILURE() << "no error raised";
+  } catch (const Error& error) {
+    EXPECT_EQ(error.number(), 6);
+  }
+  EXPECT_EQ(profile.writes, 0);
+  ASSERT_FALSE(profile.journal.empty());
+  EXPECT_EQ(profile.journal.back(), "Unlock " + std::string(kCfg));
+  EXPECT_EQ(profile.Value(kCfg, "SESSION", "LastSessionID"), "2147483647");
 }
 
 TEST_F(MatchingTest, SaveFailureIsReportedWithIdAndFile) {

@@ -1,8 +1,12 @@
 // The tests of the profile-file contract; instantiated per implementation.
 #include "support/profile_file_conformance.h"
 
+#include <atomic>
+#include <chrono>
 #include <filesystem>
+#include <memory>
 #include <string>
+#include <thread>
 
 #include "mapping/matching.h"
 #include "util/error.h"
@@ -203,6 +207,57 @@ TEST_P(ProfileFileConformance, SessionNumberSavedIntoMissingFolderIsReported) {
   EXPECT_EQ(process.Reports()[0],
             "(MAIN) --> ERROR: 76/Path not found / Modul=clZVMatching / Proc=SaveSessionID"
             " / Details=ID=5  File=" + path);
+}
+
+// The lock of a file keeps out every other holder (here another thread,
+// which on both systems is kept out as another process is) until it is given
+// back; the file can be read and written meanwhile.
+TEST_P(ProfileFileConformance, TheLockKeepsOutAnotherUntilItIsGivenBack) {
+  ScopedProcess process;
+  clZVMatching matching(*profile);
+  const std::string path = dir.File("kdZentavo.cfg");
+  std::atomic<bool> taken{false};
+  std::thread other;
+  {
+    const std::unique_ptr<ProfileFileLock> lock = profile->Lock(path);
+    ASSERT_TRUE(lock);
+    other = std::thread([&] {
+      const std::unique_ptr<ProfileFileLock> second = profile->Lock(path);
+      taken = true;
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    EXPECT_FALSE(taken);
+    matching.SaveSessionID(8, path);
+    EXPECT_EQ(matching.GetLastSessionID(path), 8);
+  }
+  other.join();
+  EXPECT_TRUE(taken);
+  // Taken and given back again, one after the other.
+  EXPECT_EQ(matching.TakeNextSessionID(path), 9);
+  EXPECT_EQ(matching.TakeNextSessionID(path), 10);
+  EXPECT_EQ(matching.GetLastSessionID(path), 10);
+  EXPECT_TRUE(process.Reports().empty());
+}
+
+// Two files in two folders have two locks.
+TEST_P(ProfileFileConformance, TheLocksOfTwoFilesInTwoFoldersAreIndependent) {
+  std::filesystem::create_directory(dir.File("a"));
+  std::filesystem::create_directory(dir.File("b"));
+  std::atomic<bool> taken{false};
+  std::thread other;
+  {
+    const std::unique_ptr<ProfileFileLock> first = profile->Lock(InFolder("a", "kdZentavo.cfg"));
+    other = std::thread([&] {
+      const std::unique_ptr<ProfileFileLock> second =
+          profile->Lock(InFolder("b", "kdZentavo.cfg"));
+      taken = true;
+    });
+    for (int i = 0; i < 100 && !taken; ++i) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    EXPECT_TRUE(taken);
+  }
+  other.join();
 }
 
 }  // namespace

@@ -1,8 +1,15 @@
 #include "platform/posix/posix_profile_file.h"
 
-#include <optional>
+#include <fcntl.h>
+#include <sys/file.h>
 
+#include <cerrno>
+#include <optional>
+#include <utility>
+
+#include "platform/posix/errno_error.h"
 #include "platform/posix/ini_document.h"
+#include "platform/posix/unique_fd.h"
 
 namespace kdzv::posix {
 namespace {
@@ -17,6 +24,25 @@ std::string CutToBytes(std::string text, size_t max_bytes) {
   text.resize(cut);
   return text;
 }
+
+// The folder of `file`, "." for a bare name.
+std::string FolderOf(std::string_view file) {
+  const size_t slash = file.find_last_of('/');
+  if (slash == std::string_view::npos) return ".";
+  if (slash == 0) return "/";
+  return std::string(file.substr(0, slash));
+}
+
+// Holds the flock() on its descriptor; closing the descriptor gives it back.
+// (A close of another descriptor of the same folder, as a save does to sync
+// the folder, leaves a flock() alone.)
+class FolderLock : public ProfileFileLock {
+ public:
+  explicit FolderLock(UniqueFd folder) : folder_(std::move(folder)) {}
+
+ private:
+  UniqueFd folder_;
+};
 
 }  // namespace
 
@@ -47,5 +73,14 @@ void PosixProfileFile::WriteString(std::string_view section, std::string_view ke
 }
 
 void PosixProfileFile::Flush(std::string_view) {}
+
+std::unique_ptr<ProfileFileLock> PosixProfileFile::Lock(std::string_view file) {
+  UniqueFd folder(::open(FolderOf(file).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (folder.get() < 0) RaiseFileError(errno, "Lock", errno == ENOENT);
+  while (::flock(folder.get(), LOCK_EX) != 0) {
+    if (errno != EINTR) RaiseFileError(errno, "Lock");
+  }
+  return std::make_unique<FolderLock>(std::move(folder));
+}
 
 }  // namespace kdzv::posix

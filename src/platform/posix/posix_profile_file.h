@@ -7,6 +7,7 @@
 #define KDZV_PLATFORM_POSIX_POSIX_PROFILE_FILE_H_
 
 #include <cstddef>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -30,6 +31,10 @@ class PosixProfileFile : public ProfileFile {
                    std::string_view file) override;
   // Nothing to do: WriteString has synced the file already.
   void Flush(std::string_view file) override;
+  // An exclusive flock() on the folder that holds `file` (the file itself is
+  // replaced by every save, so a lock on it would not last), waited for as
+  // long as another process holds it. Raises 76 when the folder is missing.
+  std::unique_ptr<ProfileFileLock> Lock(std::string_view file) override;
 };
 
 }  // namespace kdzv::posix

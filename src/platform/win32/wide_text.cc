@@ -4,6 +4,7 @@
 
 #include <climits>
 
+#include "platform/win32/win32_error.h"
 #include "util/error.h"
 
 namespace kdzv::win32 {
@@ -35,6 +36,36 @@ std::string Narrow(std::wstring_view text) {
   ::WideCharToMultiByte(CP_UTF8, 0, text.data(), length, narrow.data(), needed, nullptr,
                         nullptr);
   return narrow;
+}
+
+CodePageConversion ConversionFor(unsigned int code_page) {
+  switch (code_page) {
+    case CP_UTF8:
+    case CP_UTF7:
+    case 54936:  // GB18030
+      return {0, nullptr};
+    case 42:  // symbol
+    case 50220: case 50221: case 50222: case 50225: case 50227: case 50229:  // ISO-2022
+      return {0, "?"};
+    default:
+      if (code_page >= 57002 && code_page <= 57011) return {0, "?"};  // ISCII
+      // Without best-fit mapping: "?" rather than a look-alike.
+      return {WC_NO_BEST_FIT_CHARS, "?"};
+  }
+}
+
+std::string ToCodePage(std::string_view text, unsigned int code_page, const char* source) {
+  const std::wstring wide = Widen(text);
+  if (wide.empty()) return {};
+  const int length = static_cast<int>(wide.size());
+  const CodePageConversion conversion = ConversionFor(code_page);
+  const int size = ::WideCharToMultiByte(code_page, conversion.flags, wide.data(), length,
+                                         nullptr, 0, conversion.default_char, nullptr);
+  if (size <= 0) RaiseFileError(::GetLastError(), source);
+  std::string out(static_cast<size_t>(size), '\0');
+  ::WideCharToMultiByte(code_page, conversion.flags, wide.data(), length, out.data(), size,
+                        conversion.default_char, nullptr);
+  return out;
 }
 
 }  // namespace kdzv::win32

@@ -11,6 +11,7 @@
 #undef DeleteFile
 #undef MoveFile
 
+#include "platform/win32/shared_access.h"
 #include "platform/win32/unique_handle.h"
 #include "platform/win32/wide_text.h"
 #include "platform/win32/win32_error.h"
@@ -20,11 +21,12 @@ namespace kdzv::win32 {
 namespace {
 
 // Opens `path` (others may read and write it meanwhile: the log is read
-// while the component runs), writes `bytes` and closes it.
+// while the component runs), writes `bytes` and closes it. A file that this
+// creates gets `security` (null: the default).
 void WriteBytes(std::string_view path, DWORD access, DWORD disposition, std::string_view bytes,
-                const char* procedure) {
+                const char* procedure, SECURITY_ATTRIBUTES* security = nullptr) {
   UniqueHandle file(::CreateFileW(Widen(path).c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                                  nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr));
+                                  security, disposition, FILE_ATTRIBUTE_NORMAL, nullptr));
   if (!file.valid()) RaiseFileError(::GetLastError(), procedure);
   size_t written = 0;
   while (written < bytes.size()) {
@@ -36,21 +38,6 @@ void WriteBytes(std::string_view path, DWORD access, DWORD disposition, std::str
     written += done;
   }
   if (!::CloseHandle(file.release())) RaiseFileError(::GetLastError(), procedure);
-}
-
-// UTF-8 to the ANSI code page; without best-fit mapping, so a character the
-// code page lacks becomes "?" instead of a look-alike.
-std::string ToAnsiCodePage(std::string_view text, const char* procedure) {
-  const std::wstring wide = Widen(text);
-  if (wide.empty()) return {};
-  const int length = static_cast<int>(wide.size());
-  const int size = ::WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, wide.data(), length, nullptr,
-                                         0, "?", nullptr);
-  if (size <= 0) RaiseFileError(::GetLastError(), procedure);
-  std::string out(static_cast<size_t>(size), '\0');
-  ::WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, wide.data(), length, out.data(), size, "?",
-                        nullptr);
-  return out;
 }
 
 // The attributes of `path`, or INVALID_FILE_ATTRIBUTES.
@@ -152,12 +139,28 @@ void ForEachFound(std::string_view folder, const char* procedure, Each each) {
 
 }  // namespace
 
+Win32FileSystem::Win32FileSystem() : code_page_(::GetACP()) {}
+
 void Win32FileSystem::AppendToFile(std::string_view path, std::string_view text) {
   // Text files on Windows are in the ANSI code page, as the runtime's text
   // output writes them.
-  if (IsReparsePoint(path)) RaiseFileError(ERROR_CANT_ACCESS_FILE, "AppendToFile");
-  WriteBytes(path, FILE_APPEND_DATA, OPEN_ALWAYS, ToAnsiCodePage(text, "AppendToFile"),
-             "AppendToFile");
+  const DWORD attributes = Attributes(path);
+  if (attributes != INVALID_FILE_ATTRIBUTES) {
+    if ((attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) {
+      RaiseFileError(ERROR_CANT_ACCESS_FILE, "AppendToFile");
+    }
+    // Windows refuses to write a read-only file to every user; asked first,
+    // so that the answer is the same where the system would let the user
+    // write it (Wine run by root).
+    if ((attributes & FILE_ATTRIBUTE_READONLY) != 0) {
+      RaiseFileError(ERROR_ACCESS_DENIED, "AppendToFile");
+    }
+  }
+  // The log is every user's: one that this creates may be changed by all
+  // (an existing file keeps its permissions).
+  SharedSecurity shared = SharedSecurity::ForFiles();
+  WriteBytes(path, FILE_APPEND_DATA, OPEN_ALWAYS, ToCodePage(text, code_page_, "AppendToFile"),
+             "AppendToFile", shared.Attributes());
 }
 
 void Win32FileSystem::WriteTextFile(std::string_view path, std::string_view text) {
@@ -166,7 +169,7 @@ void Win32FileSystem::WriteTextFile(std::string_view path, std::string_view text
   if (IsReparsePoint(path) && !::DeleteFileW(Widen(path).c_str())) {
     RaiseFileError(::GetLastError(), "WriteTextFile");
   }
-  WriteBytes(path, GENERIC_WRITE, CREATE_ALWAYS, ToAnsiCodePage(text, "WriteTextFile"),
+  WriteBytes(path, GENERIC_WRITE, CREATE_ALWAYS, ToCodePage(text, code_page_, "WriteTextFile"),
              "WriteTextFile");
 }
 

@@ -21,6 +21,14 @@ namespace kdzv::win32 {
 
 class Win32FileSystem : public FileSystem {
  public:
+  // Text files (the log, the messages) in the system's ANSI code page.
+  Win32FileSystem();
+  // Text files in `code_page`: 1252, or 65001 (UTF-8) as on a system set to
+  // "Unicode UTF-8" for programs that are not Unicode.
+  explicit Win32FileSystem(unsigned int code_page) : code_page_(code_page) {}
+
+  // In the code page of the text files. A file that this creates may be
+  // changed by every user of the PC (SharedSecurity::ForFiles): the log.
   void AppendToFile(std::string_view path, std::string_view bytes) override;
   void WriteTextFile(std::string_view path, std::string_view text) override;
   bool FolderExists(std::string_view path) override;
@@ -50,6 +58,9 @@ class Win32FileSystem : public FileSystem {
   // MoveFileExW with MOVEFILE_REPLACE_EXISTING, never copying; a reparse
   // point as the source is refused.
   void RenameReplacing(std::string_view source, std::string_view target) override;
+
+ private:
+  unsigned int code_page_;
 };
 
 }  // namespace kdzv::win32
