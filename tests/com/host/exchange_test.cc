@@ -23,6 +23,7 @@
 #include "automation_client.h"
 #include "event_sink.h"
 #include "host_environment.h"
+#include "library_copy.h"
 #include "message_boxes.h"
 #include "screenshot.h"
 #include "support/log_texts.h"
@@ -122,47 +123,6 @@ std::wstring DataPath(const std::string& relative) {
   return WindowsPath((std::string(KDZV_TEST_DATA_DIR) + "/" + relative).c_str());
 }
 
-// The library's interface object from a copy of the DLL: its class object
-// asked directly, as COM would after reading the registry.
-class LibraryCopy {
- public:
-  explicit LibraryCopy(const std::wstring& path) {
-    module_ = ::LoadLibraryW(path.c_str());
-    if (module_ == nullptr) return;
-    using GetClassObject = HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**);
-    auto get = reinterpret_cast<GetClassObject>(
-        reinterpret_cast<void*>(::GetProcAddress(module_, "DllGetClassObject")));
-    CLSID clsid;
-    if (get == nullptr || FAILED(::CLSIDFromProgID(L"kdZentavo.kdZVInterface", &clsid))) return;
-    IClassFactory* factory = nullptr;
-    if (FAILED(get(clsid, IID_IClassFactory, reinterpret_cast<void**>(&factory)))) return;
-    IDispatch* made = nullptr;
-    factory->CreateInstance(nullptr, IID_IDispatch, reinterpret_cast<void**>(&made));
-    factory->Release();
-    object_ = Obj(made);
-    if (made != nullptr) made->Release();
-  }
-  ~LibraryCopy() {
-    if (module_ != nullptr) ::FreeLibrary(module_);
-  }
-  const Obj& object() const { return object_; }
-
-  // The library's answer to DllCanUnloadNow, which COM asks before it
-  // unloads one: S_OK when nothing of it is alive.
-  HRESULT CanUnloadNow() const {
-    using CanUnload = HRESULT(STDAPICALLTYPE*)();
-    auto can_unload = reinterpret_cast<CanUnload>(
-        reinterpret_cast<void*>(::GetProcAddress(module_, "DllCanUnloadNow")));
-    return can_unload == nullptr ? E_FAIL : can_unload();
-  }
-  // Lets go of the object, as the host's last reference does.
-  void Release() { object_ = Obj(); }
-
- private:
-  HMODULE module_ = nullptr;
-  Obj object_;
-};
-
 class ComExchange : public ::testing::TestWithParam<Exchange> {};
 
 TEST_P(ComExchange, AgentAndLibraryAgree) {
@@ -180,7 +140,7 @@ TEST_P(ComExchange, AgentAndLibraryAgree) {
 
   {
     LibraryCopy copy(library);
-    const Obj& zv = copy.object();
+    Obj zv = copy.Create(L"kdZentavo.kdZVInterface");
     ASSERT_TRUE(zv);
     // A library with a live object stays loaded.
     EXPECT_EQ(copy.CanUnloadNow(), S_FALSE);
@@ -328,7 +288,7 @@ TEST_P(ComExchange, AgentAndLibraryAgree) {
     }
     sink->Release();
     // Every object of the exchange is gone with the host's last reference.
-    copy.Release();
+    zv = Obj();
     EXPECT_EQ(copy.CanUnloadNow(), S_OK);
   }
 
