@@ -39,6 +39,7 @@
 
 #include "com/host/automation_client.h"
 #include "com/host/event_sink.h"
+#include "com/host/host_files.h"
 #include "com/host/library_copy.h"
 #include "com/host/message_boxes.h"
 #include "heap_client.h"
@@ -82,12 +83,6 @@ std::string Hex(long value) {
   char text[16];
   std::snprintf(text, sizeof(text), "0x%08lX", static_cast<unsigned long>(value));
   return text;
-}
-
-std::string Narrow(const std::wstring& text) {
-  std::string narrow;
-  for (wchar_t c : text) narrow.push_back(c < 128 ? static_cast<char>(c) : '?');
-  return narrow;
 }
 
 // The value of an answer as compared between runs: objects by presence.

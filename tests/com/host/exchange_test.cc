@@ -23,6 +23,7 @@
 #include "automation_client.h"
 #include "event_sink.h"
 #include "host_environment.h"
+#include "host_files.h"
 #include "library_copy.h"
 #include "message_boxes.h"
 #include "screenshot.h"
@@ -54,23 +55,6 @@ const Exchange kExchanges[] = {
 
 void PrintTo(const Exchange& exchange, std::ostream* out) { *out << exchange.scenario; }
 
-std::string Narrow(const std::wstring& text) {
-  const int size = ::WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()),
-                                         nullptr, 0, nullptr, nullptr);
-  std::string narrow(static_cast<size_t>(size), '\0');
-  ::WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), narrow.data(),
-                        size, nullptr, nullptr);
-  return narrow;
-}
-
-std::wstring Widen(const std::string& text) {
-  const int size = ::MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()),
-                                         nullptr, 0);
-  std::wstring wide(static_cast<size_t>(size), L'\0');
-  ::MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), wide.data(), size);
-  return wide;
-}
-
 // Text in the system's ANSI code page (the log's) as UTF-8.
 std::string AnsiToUtf8(const std::string& text) {
   const int size = ::MultiByteToWideChar(CP_ACP, 0, text.data(), static_cast<int>(text.size()),
@@ -78,45 +62,6 @@ std::string AnsiToUtf8(const std::string& text) {
   std::wstring wide(static_cast<size_t>(size), L'\0');
   ::MultiByteToWideChar(CP_ACP, 0, text.data(), static_cast<int>(text.size()), wide.data(), size);
   return Narrow(wide);
-}
-
-std::string ReadBytes(const std::wstring& path) {
-  std::ifstream in(path.c_str(), std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
-std::vector<std::string> FilesIn(const std::wstring& folder) {
-  std::vector<std::string> names;
-  WIN32_FIND_DATAW found;
-  HANDLE search = ::FindFirstFileW((folder + L"\\*").c_str(), &found);
-  if (search == INVALID_HANDLE_VALUE) return names;
-  do {
-    if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
-      names.push_back(Narrow(found.cFileName));
-    }
-  } while (::FindNextFileW(search, &found));
-  ::FindClose(search);
-  std::sort(names.begin(), names.end());
-  return names;
-}
-
-void RemoveTree(const std::wstring& folder) {
-  WIN32_FIND_DATAW found;
-  HANDLE search = ::FindFirstFileW((folder + L"\\*").c_str(), &found);
-  if (search != INVALID_HANDLE_VALUE) {
-    do {
-      const std::wstring name = found.cFileName;
-      if (name == L"." || name == L"..") continue;
-      const std::wstring path = folder + L"\\" + name;
-      if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
-        RemoveTree(path);
-      } else {
-        ::DeleteFileW(path.c_str());
-      }
-    } while (::FindNextFileW(search, &found));
-    ::FindClose(search);
-  }
-  ::RemoveDirectoryW(folder.c_str());
 }
 
 std::wstring DataPath(const std::string& relative) {
@@ -224,24 +169,12 @@ TEST_P(ComExchange, AgentAndLibraryAgree) {
 
     // The agent plays the scenario on the same folders.
     const std::wstring agent_out = dir + L"\\agent.out";
-    SECURITY_ATTRIBUTES inherit = {sizeof(inherit), nullptr, TRUE};
-    HANDLE out = ::CreateFileW(agent_out.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherit,
-                               CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-    ASSERT_NE(out, INVALID_HANDLE_VALUE);
-    std::wstring command = L"\"" + WindowsPath(KDZV_ZVAGENT_PATH) + L"\" --upload \"" + dir +
-                           L"\\up\" --download \"" + dir + L"\\down\" --keep \"" + dir +
-                           L"\\keep\" --bundled " + Widen(exchange.scenario);
-    STARTUPINFOW startup = {};
-    startup.cb = sizeof(startup);
-    startup.dwFlags = STARTF_USESTDHANDLES;
-    startup.hStdOutput = out;
-    startup.hStdError = out;
-    startup.hStdInput = ::GetStdHandle(STD_INPUT_HANDLE);
     PROCESS_INFORMATION agent = {};
-    ASSERT_TRUE(::CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr,
-                                 nullptr, &startup, &agent));
-    ::CloseHandle(out);
-    ::CloseHandle(agent.hThread);
+    agent.hProcess = StartWithOutput(
+        L"\"" + WindowsPath(KDZV_ZVAGENT_PATH) + L"\" --upload \"" + dir + L"\\up\" --download \"" +
+            dir + L"\\down\" --keep \"" + dir + L"\\keep\" --bundled " + Widen(exchange.scenario),
+        agent_out);
+    ASSERT_NE(agent.hProcess, nullptr);
 
     // The exchange, as a host runs it: StartSync waits until the end.
     MessageBoxAnswerer boxes;
