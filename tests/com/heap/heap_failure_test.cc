@@ -87,6 +87,7 @@ std::string Hex(long value) {
 
 // The value of an answer as compared between runs: objects by presence.
 std::string ValueOf(const Result& result) {
+  if (result.hr == DISP_E_EXCEPTION) return "exception " + Hex(result.scode);
   const VARTYPE type = result.value.type();
   if (type == VT_DISPATCH || type == VT_UNKNOWN) {
     return V_UNKNOWN(result.value.get()) != nullptr ? "<object>" : "<nothing>";
@@ -144,8 +145,10 @@ class WalkRun {
         record_(record) {}
 
   // Runs `call`; answers whether it answered as usual (so that the walk
-  // may go on with what it made).
-  bool Step(const std::string& name, const std::function<Result()>& call, Result* out = nullptr) {
+  // may go on with what it made). `refused`: the call is one that the
+  // library refuses (a keyed list's error) when nothing fails.
+  bool Step(const std::string& name, const std::function<Result()>& call, Result* out = nullptr,
+            bool refused = false) {
     g_step = name;
     const int32_t failures_before = heap_.State().failures;
     const ULONGLONG log_before = LogSize();
@@ -169,9 +172,11 @@ class WalkRun {
         problems_.push_back(name + ": named twice in the walk");
       }
       const bool succeeded = SUCCEEDED(result.hr);
-      if (!succeeded) problems_.push_back(name + ": answered " + Hex(result.hr));
+      if (succeeded == refused) {
+        problems_.push_back(name + ": answered " + Hex(result.hr) + " (" + Hex(result.scode) + ")");
+      }
       if (out != nullptr) *out = result;
-      return succeeded;
+      return succeeded != refused;
     }
     const auto usual = reference_->find(name);
     if (usual == reference_->end()) {
@@ -188,7 +193,7 @@ class WalkRun {
         goes_on = false;
       } else if (same_value) {
         outcome_ = Outcome::kAsUsual;
-      } else if (as_usual && result.hr == S_OK &&
+      } else if (result.hr == S_OK &&
                  (NewErrorLine(log_before) || boxes_.Texts().size() > boxes_before ||
                   !result.description.empty())) {
         outcome_ = Outcome::kReported;
@@ -436,6 +441,16 @@ void UseTheCollections(WalkRun& run, Walked& walked) {
   run.Step("kdZVBelegungen.Item 2", [&] { return Get(belegungen, L"Item", {Var(2)}); });
   run.Step("kdZVBelegungen.Item c", [&] { return Get(belegungen, L"Item", {Var(L"c")}); });
   run.Step("kdZVBelegungen.Remove a", [&] { return belegungen.Call(L"Remove", {Var(L"a")}); });
+  // The keyed list's three errors, as automation exceptions with their
+  // texts.
+  run.Step("kdZVBelegungen.Item of a missing key", [&] {
+    return Get(belegungen, L"Item", {Var(L"fehlt")});
+  }, nullptr, true);
+  run.Step("kdZVBelegungen.Add of a key given before", [&] {
+    return belegungen.Call(L"Add", {Var(7), Var(8), Var::Date(45477), Var(L"c")});
+  }, nullptr, true);
+  run.Step("kdZVBelegungen.Remove outside", [&] { return belegungen.Call(L"Remove", {Var(9)}); },
+           nullptr, true);
   run.Step("kdZVBelegungen.Count after Remove", [&] { return Get(belegungen, L"Count"); });
 
   Held<IEnumVARIANT> walk;
@@ -694,7 +709,8 @@ class HeapFailure : public ::testing::Test {
     if (!first_use &&
         (after.live_count != before.live_count || after.live_bytes != before.live_bytes)) {
       run.Problem("leak: " + std::to_string(after.live_count - before.live_count) + " blocks, " +
-                  std::to_string(after.live_bytes - before.live_bytes) + " bytes");
+                  std::to_string(after.live_bytes - before.live_bytes) + " bytes" +
+                  (failed ? " (the failing allocation came from:" + heap.FailureFrames() + ")" : ""));
     }
     if (!run.problems().empty()) {
       if (runs_with_problems != nullptr) ++*runs_with_problems;

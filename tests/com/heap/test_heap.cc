@@ -20,13 +20,18 @@
 // ours and passed on uncounted.
 //
 // Which allocations may fail: every operator new, and every malloc, calloc
-// and realloc except those of two runtime functions that cannot take a
-// failure and would end the process whatever our code does: libgcc's
-// emulated thread-local storage (__emutls_get_address, which calls abort())
-// and winpthreads' pthread_once (which uses the block without a check; the
-// C++ runtime reaches it for the guard of a function's static object). They
-// are still counted. (Known by their callers' addresses: x86_64 only, the
-// build whose tests run.)
+// and realloc except those of a few runtime functions (they are still
+// counted; known by the addresses of the innermost callers, x86_64 only,
+// the build whose tests run):
+//   - two that cannot take a failure and would end the process whatever our
+//     code does: libgcc's emulated thread-local storage
+//     (__emutls_get_address, which calls abort()) and winpthreads'
+//     pthread_once (which uses the block without a check; the C++ runtime
+//     reaches it for the guard of a function's static object);
+//   - the C++ runtime's exception objects (__cxa_allocate_exception): when
+//     malloc fails they come from the runtime's emergency pool, whose lock
+//     winpthreads makes on first use and keeps, a block that would read as
+//     a leak of ours; the exception thrown is the same.
 //
 // Each block of ours is recorded (address and size) in a fixed table of its
 // own (VirtualAlloc, outside the heap it watches), so a free knows whether
@@ -45,6 +50,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <initializer_list>
 #include <new>
 
 extern "C" {
@@ -103,10 +109,13 @@ size_t Home(const void* block) {
 // The runtime functions named above, by their linker symbols.
 extern "C" char g_pthread_once_code[] __asm__("pthread_once");
 extern "C" char g_emutls_code[] __asm__("__emutls_get_address");
+extern "C" char g_exception_code[] __asm__("__cxa_allocate_exception");
+extern "C" char g_dependent_exception_code[] __asm__("__cxa_allocate_dependent_exception");
 
-// Whether the allocation being made was asked for by one of them, directly
-// or through a helper of theirs (the few innermost calls are looked at).
-bool AskedByARuntimeThatCannotTakeAFailure() {
+// Whether the allocation being made was asked for by one of the runtime
+// functions above, directly or through a helper of theirs (the few
+// innermost calls are looked at).
+bool AskedByTheRuntimeItself() {
   void* frames[6] = {};
   const WORD count = ::RtlCaptureStackBackTrace(1, 6, frames, nullptr);
   for (WORD i = 0; i < count; ++i) {
@@ -115,22 +124,22 @@ bool AskedByARuntimeThatCannotTakeAFailure() {
         ::RtlLookupFunctionEntry(reinterpret_cast<DWORD64>(frames[i]), &base, nullptr);
     if (function == nullptr) continue;
     const uintptr_t start = static_cast<uintptr_t>(base + function->BeginAddress);
-    if (start == reinterpret_cast<uintptr_t>(g_pthread_once_code) ||
-        start == reinterpret_cast<uintptr_t>(g_emutls_code)) {
-      return true;
+    for (const char* code : {g_pthread_once_code, g_emutls_code, g_exception_code,
+                             g_dependent_exception_code}) {
+      if (start == reinterpret_cast<uintptr_t>(code)) return true;
     }
   }
   return false;
 }
 #else
-bool AskedByARuntimeThatCannotTakeAFailure() { return false; }
+bool AskedByTheRuntimeItself() { return false; }
 #endif
 
 // Under the lock: whether this allocation is the one to fail. An armed
 // failure skips the allocations that may not fail and comes with the next.
 bool CountOneAndFail(bool from_the_c_runtime = false) {
   ++g_state.allocations;
-  if (g_countdown == 1 && from_the_c_runtime && AskedByARuntimeThatCannotTakeAFailure()) {
+  if (g_countdown == 1 && from_the_c_runtime && AskedByTheRuntimeItself()) {
     return false;
   }
   if (g_countdown > 0 && --g_countdown == 0) {
