@@ -24,6 +24,7 @@
 #include "event_sink.h"
 #include "host_environment.h"
 #include "host_files.h"
+#include "library_calls.h"
 #include "library_copy.h"
 #include "message_boxes.h"
 #include "screenshot.h"
@@ -169,40 +170,22 @@ TEST_P(ComExchange, AgentAndLibraryAgree) {
 
     // The agent plays the scenario on the same folders.
     const std::wstring agent_out = dir + L"\\agent.out";
-    PROCESS_INFORMATION agent = {};
-    agent.hProcess = StartWithOutput(
+    HANDLE agent = StartWithOutput(
         L"\"" + WindowsPath(KDZV_ZVAGENT_PATH) + L"\" --upload \"" + dir + L"\\up\" --download \"" +
             dir + L"\\down\" --keep \"" + dir + L"\\keep\" --bundled " + Widen(exchange.scenario),
         agent_out);
-    ASSERT_NE(agent.hProcess, nullptr);
+    ASSERT_NE(agent, nullptr);
 
     // The exchange, as a host runs it: StartSync waits until the end.
     MessageBoxAnswerer boxes;
-    BSTR error = nullptr;
-    VARIANTARG args[2];
-    ::VariantInit(&args[0]);
-    V_VT(&args[0]) = VT_BYREF | VT_BSTR;
-    V_BSTRREF(&args[0]) = &error;
-    ::VariantInit(&args[1]);
-    V_VT(&args[1]) = VT_ERROR;
-    V_ERROR(&args[1]) = DISP_E_PARAMNOTFOUND;  // no owner window
-    const Result synced = zv.InvokeRaw(zv.Id(L"StartSync"), DISPATCH_METHOD, args, 2);
-    ::SysFreeString(error);
+    const Result synced = CallStartSync(zv, MissingArgument());  // no owner window
 
-    const bool agent_ended = ::WaitForSingleObject(agent.hProcess, 60000) == WAIT_OBJECT_0;
-    DWORD agent_status = 1;
-    if (agent_ended) {
-      ::GetExitCodeProcess(agent.hProcess, &agent_status);
-    } else {
-      ::TerminateProcess(agent.hProcess, 1);
-    }
-    ::CloseHandle(agent.hProcess);
+    const int agent_status = test::ExitStatusAfter(agent, 60000);  // -1: still running
 
     ASSERT_EQ(synced.hr, S_OK);
     EXPECT_EQ(synced.value.Long(), exchange.result);
     const std::string agent_text = ReadBytes(agent_out);
-    EXPECT_TRUE(agent_ended);
-    EXPECT_EQ(agent_status, 0u) << agent_text;
+    EXPECT_EQ(agent_status, 0) << agent_text;
     EXPECT_NE(agent_text.find(std::string("agent: scenario ") + exchange.scenario + " passed"),
               std::string::npos)
         << agent_text;

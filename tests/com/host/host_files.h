@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "support/exit_status.h"
+
 namespace kdzv::host {
 
 std::string Narrow(const std::wstring& text);  // to UTF-8
@@ -23,6 +25,7 @@ void RemoveTree(const std::wstring& folder);
 // Starts `command` with its output and errors written to the file `output`
 // (and no input); the process's handle, null when it cannot be started.
 HANDLE StartWithOutput(std::wstring command, const std::wstring& output);
+// (And ExitStatusAfter(process, wait_ms) of support/exit_status.h.)
 
 }  // namespace kdzv::host
 

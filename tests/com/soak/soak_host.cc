@@ -43,6 +43,7 @@
 #include "com/host/automation_client.h"
 #include "com/host/event_sink.h"
 #include "com/host/host_files.h"
+#include "com/host/library_calls.h"
 #include "com/host/library_copy.h"
 #include "com/host/message_boxes.h"
 #include "support/fresh_user_settings.h"
@@ -107,19 +108,9 @@ class PressLater {
   UINT_PTR timer_;
 };
 
+// StartSync without an owner window.
 Result StartSync(const Obj& zv, std::wstring* error_text) {
-  BSTR error = nullptr;
-  VARIANTARG args[2];
-  ::VariantInit(&args[0]);
-  V_VT(&args[0]) = VT_BYREF | VT_BSTR;
-  V_BSTRREF(&args[0]) = &error;
-  ::VariantInit(&args[1]);
-  V_VT(&args[1]) = VT_ERROR;
-  V_ERROR(&args[1]) = DISP_E_PARAMNOTFOUND;  // no owner window
-  Result synced = zv.InvokeRaw(zv.Id(L"StartSync"), DISPATCH_METHOD, args, 2);
-  if (error != nullptr) *error_text = error;
-  ::SysFreeString(error);
-  return synced;
+  return CallStartSync(zv, MissingArgument(), error_text);
 }
 
 // The host's answers to the events, as the accepting host or the refusing
@@ -344,17 +335,10 @@ class Soak {
 
   void FinishTheAgent() {
     if (agent_.process == nullptr) return;
-    const bool ended = ::WaitForSingleObject(agent_.process, 60000) == WAIT_OBJECT_0;
-    DWORD status = 1;
-    if (ended) {
-      ::GetExitCodeProcess(agent_.process, &status);
-    } else {
-      ::TerminateProcess(agent_.process, 1);
-    }
-    ::CloseHandle(agent_.process);
+    const int status = test::ExitStatusAfter(agent_.process, 60000);
     agent_.process = nullptr;
     const std::string text = ReadBytes(agent_.output);
-    if (!ended || status != 0 ||
+    if (status != 0 ||
         text.find("agent: scenario " + agent_.scenario + " passed") == std::string::npos) {
       Problem("the agent of the last whole exchange: " + text);
     }
