@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <new>
+#include <system_error>
 
 #include "com/collection_objects.h"
 #include "com/com_module.h"
@@ -96,6 +97,10 @@ HRESULT ClassFactory::CreateInstance(IUnknown* outer, REFIID riid, void** out) {
     return create_(riid, out);
   } catch (const std::bad_alloc&) {
     return E_OUTOFMEMORY;
+  } catch (const std::system_error& error) {
+    // A lock that cannot be made on first use (the threads library
+    // allocates it then) is memory that ran out too.
+    return error.code() == std::errc::not_enough_memory ? E_OUTOFMEMORY : E_UNEXPECTED;
   } catch (...) {
     return E_UNEXPECTED;
   }

@@ -22,7 +22,15 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID) {
 }
 
 extern "C" HRESULT STDAPICALLTYPE DllGetClassObject(REFCLSID clsid, REFIID riid, LPVOID* out) {
-  return kdzv::com::GetClassObject(clsid, riid, out);
+  // The first call sets up the class objects under the C++ runtime's lock
+  // for static objects, which is made on first use: without memory for it
+  // that throws. Nothing else here can.
+  try {
+    return kdzv::com::GetClassObject(clsid, riid, out);
+  } catch (...) {
+    if (out != nullptr) *out = nullptr;
+    return E_OUTOFMEMORY;
+  }
 }
 
 extern "C" HRESULT STDAPICALLTYPE DllCanUnloadNow() {

@@ -88,17 +88,24 @@ XmlElement& XmlElement::operator=(const XmlElement& other) {
 }
 
 // A deep tree is taken apart level by level, so that freeing it never needs
-// a stack as deep as the tree.
+// a stack as deep as the tree. The list of levels is itself memory: when
+// there is none for it, what is left is freed the plain way (each level
+// inside its parent's), never with an exception out of a destructor.
 XmlElement::~XmlElement() {
   if (!children_) return;
-  std::vector<std::unique_ptr<ChildList>> pending;
-  pending.push_back(std::move(children_));
-  while (!pending.empty()) {
-    std::unique_ptr<ChildList> list = std::move(pending.back());
-    pending.pop_back();
-    for (XmlElement& child : *list) {
-      if (child.children_) pending.push_back(std::move(child.children_));
+  try {
+    std::vector<std::unique_ptr<ChildList>> pending;
+    pending.push_back(std::move(children_));
+    while (!pending.empty()) {
+      std::unique_ptr<ChildList> list = std::move(pending.back());
+      pending.pop_back();
+      for (XmlElement& child : *list) {
+        if (child.children_) pending.push_back(std::move(child.children_));
+      }
     }
+  } catch (...) {
+    // Everything already in hand was freed as the lists went out of scope;
+    // children_, if still held, goes with this element.
   }
 }
 

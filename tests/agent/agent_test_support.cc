@@ -97,20 +97,6 @@ void* StartProgram(const std::string& command_line, const std::string& output_fi
   return started.hProcess;
 }
 
-int ExitStatusAfter(void* process, unsigned long wait_ms) {
-  if (process == nullptr) return -2;
-  int status = -1;
-  if (::WaitForSingleObject(process, wait_ms) == WAIT_OBJECT_0) {
-    DWORD code = 0;
-    ::GetExitCodeProcess(process, &code);
-    status = static_cast<int>(code);
-  } else {
-    ::TerminateProcess(process, 1);
-    ::WaitForSingleObject(process, INFINITE);
-  }
-  ::CloseHandle(process);
-  return status;
-}
 #endif
 
 }  // namespace kdzv::test

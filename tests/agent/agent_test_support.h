@@ -5,6 +5,8 @@
 
 #include <string>
 
+#include "support/exit_status.h"
+
 namespace kdzv::test {
 
 // A component message as the component writes it: one line ending CR LF.
@@ -26,10 +28,7 @@ bool LockedByWriter(const std::string& path);
 // Starts `command_line` (UTF-8) with its input from NUL and its output and
 // error into `output_file`; the process handle, or null.
 void* StartProgram(const std::string& command_line, const std::string& output_file);
-// The exit status of `process` once it has ended within `wait_ms`; one still
-// running then is ended and gives -1; a null process gives -2. Closes the
-// handle.
-int ExitStatusAfter(void* process, unsigned long wait_ms);
+// ExitStatusAfter(process, wait_ms): support/exit_status.h.
 #endif
 
 }  // namespace kdzv::test

@@ -23,6 +23,8 @@
 #include "automation_client.h"
 #include "event_sink.h"
 #include "host_environment.h"
+#include "host_files.h"
+#include "library_calls.h"
 #include "library_copy.h"
 #include "message_boxes.h"
 #include "screenshot.h"
@@ -54,23 +56,6 @@ const Exchange kExchanges[] = {
 
 void PrintTo(const Exchange& exchange, std::ostream* out) { *out << exchange.scenario; }
 
-std::string Narrow(const std::wstring& text) {
-  const int size = ::WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()),
-                                         nullptr, 0, nullptr, nullptr);
-  std::string narrow(static_cast<size_t>(size), '\0');
-  ::WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), narrow.data(),
-                        size, nullptr, nullptr);
-  return narrow;
-}
-
-std::wstring Widen(const std::string& text) {
-  const int size = ::MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()),
-                                         nullptr, 0);
-  std::wstring wide(static_cast<size_t>(size), L'\0');
-  ::MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), wide.data(), size);
-  return wide;
-}
-
 // Text in the system's ANSI code page (the log's) as UTF-8.
 std::string AnsiToUtf8(const std::string& text) {
   const int size = ::MultiByteToWideChar(CP_ACP, 0, text.data(), static_cast<int>(text.size()),
@@ -78,26 +63,6 @@ std::string AnsiToUtf8(const std::string& text) {
   std::wstring wide(static_cast<size_t>(size), L'\0');
   ::MultiByteToWideChar(CP_ACP, 0, text.data(), static_cast<int>(text.size()), wide.data(), size);
   return Narrow(wide);
-}
-
-std::string ReadBytes(const std::wstring& path) {
-  std::ifstream in(path.c_str(), std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
-std::vector<std::string> FilesIn(const std::wstring& folder) {
-  std::vector<std::string> names;
-  WIN32_FIND_DATAW found;
-  HANDLE search = ::FindFirstFileW((folder + L"\\*").c_str(), &found);
-  if (search == INVALID_HANDLE_VALUE) return names;
-  do {
-    if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
-      names.push_back(Narrow(found.cFileName));
-    }
-  } while (::FindNextFileW(search, &found));
-  ::FindClose(search);
-  std::sort(names.begin(), names.end());
-  return names;
 }
 
 std::wstring DataPath(const std::string& relative) {
@@ -121,7 +86,7 @@ TEST_P(ComExchange, AgentAndLibraryAgree) {
 
   {
     LibraryCopy copy(library);
-    const Obj& zv = copy.object();
+    Obj zv = copy.Create(L"kdZentavo.kdZVInterface");
     ASSERT_TRUE(zv);
     // A library with a live object stays loaded.
     EXPECT_EQ(copy.CanUnloadNow(), S_FALSE);
@@ -205,52 +170,22 @@ TEST_P(ComExchange, AgentAndLibraryAgree) {
 
     // The agent plays the scenario on the same folders.
     const std::wstring agent_out = dir + L"\\agent.out";
-    SECURITY_ATTRIBUTES inherit = {sizeof(inherit), nullptr, TRUE};
-    HANDLE out = ::CreateFileW(agent_out.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherit,
-                               CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-    ASSERT_NE(out, INVALID_HANDLE_VALUE);
-    std::wstring command = L"\"" + WindowsPath(KDZV_ZVAGENT_PATH) + L"\" --upload \"" + dir +
-                           L"\\up\" --download \"" + dir + L"\\down\" --keep \"" + dir +
-                           L"\\keep\" --bundled " + Widen(exchange.scenario);
-    STARTUPINFOW startup = {};
-    startup.cb = sizeof(startup);
-    startup.dwFlags = STARTF_USESTDHANDLES;
-    startup.hStdOutput = out;
-    startup.hStdError = out;
-    startup.hStdInput = ::GetStdHandle(STD_INPUT_HANDLE);
-    PROCESS_INFORMATION agent = {};
-    ASSERT_TRUE(::CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr,
-                                 nullptr, &startup, &agent));
-    ::CloseHandle(out);
-    ::CloseHandle(agent.hThread);
+    HANDLE agent = StartWithOutput(
+        L"\"" + WindowsPath(KDZV_ZVAGENT_PATH) + L"\" --upload \"" + dir + L"\\up\" --download \"" +
+            dir + L"\\down\" --keep \"" + dir + L"\\keep\" --bundled " + Widen(exchange.scenario),
+        agent_out);
+    ASSERT_NE(agent, nullptr);
 
     // The exchange, as a host runs it: StartSync waits until the end.
     MessageBoxAnswerer boxes;
-    BSTR error = nullptr;
-    VARIANTARG args[2];
-    ::VariantInit(&args[0]);
-    V_VT(&args[0]) = VT_BYREF | VT_BSTR;
-    V_BSTRREF(&args[0]) = &error;
-    ::VariantInit(&args[1]);
-    V_VT(&args[1]) = VT_ERROR;
-    V_ERROR(&args[1]) = DISP_E_PARAMNOTFOUND;  // no owner window
-    const Result synced = zv.InvokeRaw(zv.Id(L"StartSync"), DISPATCH_METHOD, args, 2);
-    ::SysFreeString(error);
+    const Result synced = CallStartSync(zv, MissingArgument());  // no owner window
 
-    const bool agent_ended = ::WaitForSingleObject(agent.hProcess, 60000) == WAIT_OBJECT_0;
-    DWORD agent_status = 1;
-    if (agent_ended) {
-      ::GetExitCodeProcess(agent.hProcess, &agent_status);
-    } else {
-      ::TerminateProcess(agent.hProcess, 1);
-    }
-    ::CloseHandle(agent.hProcess);
+    const int agent_status = test::ExitStatusAfter(agent, 60000);  // -1: still running
 
     ASSERT_EQ(synced.hr, S_OK);
     EXPECT_EQ(synced.value.Long(), exchange.result);
     const std::string agent_text = ReadBytes(agent_out);
-    EXPECT_TRUE(agent_ended);
-    EXPECT_EQ(agent_status, 0u) << agent_text;
+    EXPECT_EQ(agent_status, 0) << agent_text;
     EXPECT_NE(agent_text.find(std::string("agent: scenario ") + exchange.scenario + " passed"),
               std::string::npos)
         << agent_text;
@@ -269,7 +204,7 @@ TEST_P(ComExchange, AgentAndLibraryAgree) {
     }
     sink->Release();
     // Every object of the exchange is gone with the host's last reference.
-    copy.Release();
+    zv = Obj();
     EXPECT_EQ(copy.CanUnloadNow(), S_OK);
   }
 

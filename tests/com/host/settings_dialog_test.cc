@@ -362,7 +362,7 @@ TEST(ComSettingsDialog, ADialogWhoseOwnerWentLeavesNothingOfTheLibraryBehind) {
   const std::wstring library = CopyLibraryInto(
       WindowsPath((std::string(KDZV_HOST_WORK_DIR) + "/settings-owner-gone").c_str()));
   ASSERT_FALSE(library.empty());
-  LibraryCopy copy(library);
+  LibraryCopy copy(library, true);
   ASSERT_TRUE(copy.object());
   HWND owner = NewHostWindow();
   ASSERT_NE(owner, nullptr);

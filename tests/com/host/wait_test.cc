@@ -14,6 +14,7 @@
 #include "automation_client.h"
 #include "event_sink.h"
 #include "host_environment.h"
+#include "library_calls.h"
 #include "message_boxes.h"
 
 namespace kdzv::host {
@@ -75,19 +76,6 @@ std::wstring NewFolder(const std::string& name) {
   return folder;
 }
 
-Result CallStartSync(const Obj& zv, VARIANTARG owner, std::wstring* error_text = nullptr) {
-  BSTR error = nullptr;
-  VARIANTARG args[2];
-  ::VariantInit(&args[0]);
-  V_VT(&args[0]) = VT_BYREF | VT_BSTR;
-  V_BSTRREF(&args[0]) = &error;
-  args[1] = owner;
-  Result result = zv.InvokeRaw(zv.Id(L"StartSync"), DISPATCH_METHOD, args, 2);
-  if (error_text != nullptr && error != nullptr) *error_text = error;
-  ::SysFreeString(error);
-  return result;
-}
-
 // What the host's timer sees and does during the wait.
 struct WaitProbe {
   HWND host_window = nullptr;
@@ -110,11 +98,8 @@ void CALLBACK HostTimer(HWND, UINT, UINT_PTR, DWORD) {
   if (probe.nested_result == -1) {
     // A host that calls StartSync again from inside the running one (its
     // timer runs within the wait) is refused; the exchange goes on.
-    VARIANTARG no_owner;
-    ::VariantInit(&no_owner);
-    V_VT(&no_owner) = VT_ERROR;
-    V_ERROR(&no_owner) = DISP_E_PARAMNOTFOUND;
-    probe.nested_result = CallStartSync(*probe.zv, no_owner, &probe.nested_error).value.Long();
+    probe.nested_result =
+        CallStartSync(*probe.zv, MissingArgument(), &probe.nested_error).value.Long();
   }
   if (probe.ticks == 2) {
     probe.owner_seen = ::GetWindow(sync, GW_OWNER);
