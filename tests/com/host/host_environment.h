@@ -13,6 +13,10 @@ namespace kdzv::host {
 // The library under test, as a full Windows path.
 std::wstring LibraryPath();
 
+// Copies the library under test into `folder` (made anew, emptied first)
+// and answers the copy's full path; empty when it cannot.
+std::wstring CopyLibraryInto(const std::wstring& folder);
+
 // Runs `command_line` (a program on the PATH or a full path, with its
 // arguments) and answers its exit code, or -1 when it cannot be started or
 // does not end within `timeout_ms`.

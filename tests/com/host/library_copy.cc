@@ -2,8 +2,6 @@
 
 #include <objbase.h>
 
-#include "host_environment.h"
-#include "host_files.h"
 
 namespace kdzv::host {
 
@@ -48,15 +46,6 @@ HRESULT LibraryCopy::CanUnloadNow() const {
                                        : reinterpret_cast<CanUnload>(reinterpret_cast<void*>(
                                              ::GetProcAddress(module_, "DllCanUnloadNow")));
   return can_unload == nullptr ? E_FAIL : can_unload();
-}
-
-std::wstring CopyLibraryInto(const std::wstring& folder) {
-  RemoveTree(folder);
-  ::CreateDirectoryW(WindowsPath(KDZV_HOST_WORK_DIR).c_str(), nullptr);
-  if (!::CreateDirectoryW(folder.c_str(), nullptr)) return {};
-  const std::wstring library = folder + L"\\kdZentavo.dll";
-  if (!::CopyFileW(LibraryPath().c_str(), library.c_str(), TRUE)) return {};
-  return library;
 }
 
 }  // namespace kdzv::host

@@ -47,10 +47,6 @@ class LibraryCopy {
   Obj object_;
 };
 
-// Copies the library under test into `folder` (made anew, emptied first)
-// and answers the copy's full path; empty when it cannot.
-std::wstring CopyLibraryInto(const std::wstring& folder);
-
 }  // namespace kdzv::host
 
 #endif  // KDZV_TESTS_COM_HOST_LIBRARY_COPY_H_
