@@ -77,8 +77,8 @@ Obj NewInterfaceWithFolders(const std::wstring& down) {
   EXPECT_EQ(hr, S_OK);
   const Obj settings = zv.GetObj(L"Settings");
   settings.Put(L"DownloadPath", down);
-  settings.Put(L"UploadPath", L"C:\\zv\\up");
-  settings.Put(L"AblagePath", L"C:\\zv\\ablage");
+  settings.Put(L"UploadPath", L"C:\\Zentavo\\up");
+  settings.Put(L"AblagePath", L"C:\\Zentavo\\ablage");
   settings.Put(L"SystemName", L"");
   return zv;
 }
@@ -89,7 +89,7 @@ std::wstring PicturePath(const wchar_t* name) {
 }
 
 TEST(ComSettingsDialog, FieldsFilledAndConfirmedBecomeTheSettings) {
-  const Obj zv = NewInterfaceWithFolders(L"C:\\zv\\down");
+  const Obj zv = NewInterfaceWithFolders(L"C:\\Zentavo\\down");
   const Obj before = zv.GetObj(L"Settings");
   MessageBoxAnswerer boxes;
   std::wstring shown_down, shown_caption, session_id;
@@ -107,7 +107,7 @@ TEST(ComSettingsDialog, FieldsFilledAndConfirmedBecomeTheSettings) {
   });
   ASSERT_EQ(ShowSettings(zv, false, script).hr, S_OK);
   EXPECT_EQ(shown_caption, kCaption);
-  EXPECT_EQ(shown_down, L"C:\\zv\\down");
+  EXPECT_EQ(shown_down, L"C:\\Zentavo\\down");
   EXPECT_FALSE(session_id.empty());
   EXPECT_GT(colours, 8u);
   EXPECT_EQ(script.next, 1u);
@@ -147,7 +147,7 @@ TEST(ComSettingsDialog, CancelTheCloseBoxAndACancelledFolderBrowserChangeNothing
 }
 
 TEST(ComSettingsDialog, TheServiceSideWarningsAndBothEventsAnsweredByTheHost) {
-  const Obj zv = NewInterfaceWithFolders(L"C:\\zv\\down");
+  const Obj zv = NewInterfaceWithFolders(L"C:\\Zentavo\\down");
   MessageBoxAnswerer boxes;
   std::vector<std::wstring> folders;
   std::wstring answer = L"Zugriff verweigert";
@@ -193,9 +193,9 @@ TEST(ComSettingsDialog, TheServiceSideWarningsAndBothEventsAnsweredByTheHost) {
             L"Termin-Services angelegt werden.");
   EXPECT_EQ(tested_name, L"PRAXIS-Süd");
   // Twice asked, each time upload, download, depot.
-  EXPECT_EQ(folders, (std::vector<std::wstring>{L"C:\\zv\\up", L"C:\\zv\\down",
-                                                L"C:\\zv\\ablage", L"C:\\zv\\up",
-                                                L"C:\\zv\\down", L"C:\\zv\\ablage"}));
+  EXPECT_EQ(folders, (std::vector<std::wstring>{L"C:\\Zentavo\\up", L"C:\\Zentavo\\down",
+                                                L"C:\\Zentavo\\ablage", L"C:\\Zentavo\\up",
+                                                L"C:\\Zentavo\\down", L"C:\\Zentavo\\ablage"}));
   EXPECT_EQ(zv.GetObj(L"Settings").Get(L"SystemName").Text(), L"PRAXIS-Süd");
   sink->Release();
 }
@@ -743,6 +743,13 @@ TEST(ComSettingsDialog, ADialogWhoseOwnerWentLeavesNothingOfTheLibraryBehind) {
   copy.Release();
   // No window and no window class of the copy is left.
   EXPECT_EQ(copy.CanUnloadNow(), S_OK);
+}
+
+// The pictures need the symbol font of the caption's buttons (without it
+// they show letters, and SaveWindowPicture refuses) and the dialog's font.
+TEST(ComPictures, TheCaptionButtonsSymbolFontAndTheDialogsFontAreInstalled) {
+  EXPECT_TRUE(FontInstalled(L"Marlett"));
+  EXPECT_TRUE(FontInstalled(L"Tahoma"));
 }
 
 }  // namespace
