@@ -90,6 +90,15 @@ Result CallStartSync(const Obj& zv, VARIANTARG owner, std::wstring* error_text =
   return result;
 }
 
+// The owner argument left out.
+VARIANTARG NoOwner() {
+  VARIANTARG missing;
+  ::VariantInit(&missing);
+  V_VT(&missing) = VT_ERROR;
+  V_ERROR(&missing) = DISP_E_PARAMNOTFOUND;
+  return missing;
+}
+
 // What the host's timer sees and does during the wait.
 struct WaitProbe {
   HWND host_window = nullptr;
@@ -112,11 +121,7 @@ void CALLBACK HostTimer(HWND, UINT, UINT_PTR, DWORD) {
   if (probe.nested_result == -1) {
     // A host that calls StartSync again from inside the running one (its
     // timer runs within the wait) is refused; the exchange goes on.
-    VARIANTARG no_owner;
-    ::VariantInit(&no_owner);
-    V_VT(&no_owner) = VT_ERROR;
-    V_ERROR(&no_owner) = DISP_E_PARAMNOTFOUND;
-    probe.nested_result = CallStartSync(*probe.zv, no_owner, &probe.nested_error).value.Long();
+    probe.nested_result = CallStartSync(*probe.zv, NoOwner(), &probe.nested_error).value.Long();
   }
   if (probe.ticks == 2) {
     probe.owner_seen = ::GetWindow(sync, GW_OWNER);
@@ -286,11 +291,7 @@ TEST(ComWait, TheSyncWindowIsCancelledFromTheKeyboardThroughTheQuestion) {
   });
   g_walk = &walk;
   const UINT_PTR timer = ::SetTimer(nullptr, 0, 250, KeyTimer);
-  VARIANTARG no_owner;
-  ::VariantInit(&no_owner);
-  V_VT(&no_owner) = VT_ERROR;
-  V_ERROR(&no_owner) = DISP_E_PARAMNOTFOUND;
-  const Result synced = CallStartSync(zv, no_owner);
+  const Result synced = CallStartSync(zv, NoOwner());
   ::KillTimer(nullptr, timer);
   g_walk = nullptr;
 
