@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/win32/dialog_keys.h"
 #include "platform/win32/guarded_window_proc.h"
 #include "platform/win32/library_windows.h"
 #include "platform/win32/wide_text.h"
@@ -38,23 +39,41 @@ constexpr ControlIds kSettingsControlIds[] = {
     {C::kCmdCancel, IDCANCEL},
 };
 
-// The labels that only show text (no control of the controller's).
-struct Label {
-  int x, y, width;
-  const char* text;
-};
-constexpr Label kLabels[] = {
-    {12, 14, 150, "Download-Verzeichnis:"},
-    {170, 38, 360, "In diesem Verzeichnis werden Daten von Zentavo für Halvex abgelegt."},
-    {12, 66, 150, "Upload-Verzeichnis:"},
-    {170, 90, 360, "In diesem Verzeichnis werden Daten von Halvex für Zentavo abgelegt."},
-    {12, 118, 150, "Ablage-Verzeichnis:"},
-    {170, 142, 360, "In diesem Verzeichnis werden die verarbeiteten Dateien abgelegt."},
-    {300, 292, 80, "Session-ID:"},
-};
+// The captions. A label's access key ("&") moves the focus to the control
+// made right after it; the letters shown are those of the captions as they
+// are quoted everywhere else. The keys are unique in the dialog.
+constexpr const char* kFolderLabels[] = {"&Download-Verzeichnis:", "&Upload-Verzeichnis:",
+                                         "&Ablage-Verzeichnis:"};
+constexpr const char* kFolderHints[] = {
+    "In diesem Verzeichnis werden Daten von Zentavo für Halvex abgelegt.",
+    "In diesem Verzeichnis werden Daten von Halvex für Zentavo abgelegt.",
+    "In diesem Verzeichnis werden die verarbeiteten Dateien abgelegt."};
+constexpr char kSystemNameLabel[] = "&Systemname: ";
+constexpr char kSessionPrefixLabel[] = "Session-Prä&fix: ";
+constexpr char kPatIdentLabel[] = "&PatientenIdentifikation:";
+constexpr char kTimeoutLabel[] = "&Timeout in Sekunden: ";
+constexpr char kSlowSyncCaption[] = "'S&lowSync' starten";
+constexpr char kLogCaption[] = "Pr&otokollierung";
+constexpr char kSessionIdLabel[] = "Session-&ID:";
+constexpr char kSyncTestenCaption[] = "Synchronisation t&esten";
 
+// The layout, in pixels of the client area. Each mode places only its own
+// controls, row under row, so the dialog's height follows the mode.
 constexpr int kWidth = 560;
-constexpr int kHeight = 390;
+constexpr int kMargin = 12;
+constexpr int kFieldX = 170;      // the fields, right of their labels
+constexpr int kLabelWidth = 150;
+constexpr int kBrowseWidth = 100;
+constexpr int kRight = kWidth - kMargin;
+constexpr int kRowHeight = 28;    // a row of a label and its field
+constexpr int kFolderHeight = 50; // a folder's row and its hint below
+constexpr int kButtonHeight = 26;
+constexpr int kButtonWidth = 100;
+
+BOOL CALLBACK CollectWindow(HWND window, LPARAM list) {
+  reinterpret_cast<std::vector<HWND>*>(list)->push_back(window);
+  return TRUE;
+}
 
 HFONT DialogFont() {
   static HFONT font = [] {
@@ -75,7 +94,7 @@ class Win32SettingsDialogView : public SettingsDialogView {
   explicit Win32SettingsDialogView(SettingsDialogInput& input) : input_(input) {
     RegisterClassOnce();
     const std::wstring caption = Widen(frmSettings::kCaption);
-    RECT frame = {0, 0, kWidth, kHeight};
+    RECT frame = {0, 0, kWidth, 300};  // the height follows the mode (Layout)
     const DWORD style = WS_POPUP | WS_CAPTION | WS_SYSMENU | WS_CLIPCHILDREN;
     ::AdjustWindowRectEx(&frame, style, FALSE, WS_EX_DLGMODALFRAME);
     window_ = ::CreateWindowExW(WS_EX_DLGMODALFRAME | WS_EX_CONTROLPARENT,
@@ -128,6 +147,8 @@ class Win32SettingsDialogView : public SettingsDialogView {
   void SetVisible(SettingsControl control, bool visible) override {
     visible_[control] = visible;
     ::ShowWindow(Control(control), visible ? SW_SHOWNA : SW_HIDE);
+    Layout();
+    if (window_ != nullptr) ::InvalidateRect(window_, nullptr, TRUE);
   }
   bool Visible(SettingsControl control) const override {
     const auto found = visible_.find(control);
@@ -153,18 +174,26 @@ class Win32SettingsDialogView : public SettingsDialogView {
   // or when the dialog's window is destroyed from outside (its owner went,
   // and took it along): the dialog is then left as cancelled, whatever was
   // pressed in it meanwhile, so that nothing of the lost fields is stored.
+  //
+  // Modal as a form of a Visual Basic style host is: while the dialog is
+  // open, every visible and enabled top-level window of the calling thread
+  // (the owner, the host's other windows, an open sync window) is disabled,
+  // also when no owner is given; exactly those are enabled again afterwards,
+  // as far as they still exist.
   void ShowModal(intptr_t owner) override {
     if (window_ == nullptr) return;
     destroyed_ = false;
     HWND owner_window = reinterpret_cast<HWND>(owner);
     if (owner_window != nullptr && !::IsWindow(owner_window)) owner_window = nullptr;
     ::SetWindowLongPtrW(window_, GWLP_HWNDPARENT, reinterpret_cast<LONG_PTR>(owner_window));
+    Layout();
     CenterOver(owner_window);
-    const bool owner_enabled = owner_window != nullptr && ::IsWindowEnabled(owner_window);
-    if (owner_enabled) ::EnableWindow(owner_window, FALSE);
+    const std::vector<HWND> disabled = DisableThreadWindows(owner_window);
     shown_ = true;
+    focus_.Forget();
     ::ShowWindow(window_, SW_SHOW);
     ::SetForegroundWindow(window_);
+    MoveDialogFocus(window_, reinterpret_cast<WPARAM>(FirstTabStop()), 1);
     MSG message;
     while (shown_) {
       const BOOL got = ::GetMessageW(&message, nullptr, 0, 0);
@@ -176,14 +205,18 @@ class Win32SettingsDialogView : public SettingsDialogView {
         break;
       }
       if (got < 0) break;
-      if (!::IsDialogMessageW(window_, &message)) {
+      if (window_ == nullptr || !::IsDialogMessageW(window_, &message)) {
         ::TranslateMessage(&message);
         ::DispatchMessageW(&message);
       }
     }
     shown_ = false;
+    // Enabled again before the dialog is hidden, so that Windows can hand
+    // the activation back to one of them.
+    for (HWND window : disabled) {
+      if (::IsWindow(window)) ::EnableWindow(window, TRUE);
+    }
     const bool owner_alive = owner_window != nullptr && ::IsWindow(owner_window);
-    if (owner_enabled && owner_alive) ::EnableWindow(owner_window, TRUE);
     if (destroyed_) {
       input_.CancelClicked();
       return;
@@ -201,6 +234,24 @@ class Win32SettingsDialogView : public SettingsDialogView {
   }
 
  private:
+  // The visible, enabled top-level windows of this thread and `owner`,
+  // disabled; the ones that were.
+  std::vector<HWND> DisableThreadWindows(HWND owner) {
+    std::vector<HWND> found;
+    ::EnumThreadWindows(::GetCurrentThreadId(), CollectWindow, reinterpret_cast<LPARAM>(&found));
+    if (owner != nullptr) found.push_back(owner);
+    std::vector<HWND> disabled;
+    for (HWND window : found) {
+      if (window == window_ || !::IsWindowVisible(window) || !::IsWindowEnabled(window)) continue;
+      if ((::GetWindowLongPtrW(window, GWL_STYLE) & WS_CHILD) != 0) continue;
+      ::EnableWindow(window, FALSE);
+      disabled.push_back(window);
+    }
+    return disabled;
+  }
+
+  HWND FirstTabStop() const { return ::GetNextDlgTabItem(window_, nullptr, FALSE); }
+
   static void RegisterClassOnce() {
     if (g_class_registered) return;
     INITCOMMONCONTROLSEX controls = {sizeof(controls), ICC_UPDOWN_CLASS | ICC_STANDARD_CLASSES};
@@ -243,6 +294,15 @@ class Win32SettingsDialogView : public SettingsDialogView {
         case WM_CLOSE:
           self->input_.CloseRequested();
           return 0;
+        case WM_NEXTDLGCTL:
+          MoveDialogFocus(window, wparam, lparam);
+          return 0;
+        case DM_GETDEFID:
+          // Enter in a field is OK.
+          return MAKELRESULT(IDOK, DC_HASDEFID);
+        case WM_ACTIVATE:
+          self->focus_.OnActivate(window, wparam, self->FirstTabStop());
+          return 0;
         case WM_COMMAND:
           if (self->Command(LOWORD(wparam), HIWORD(wparam))) return 0;
           break;
@@ -277,56 +337,127 @@ class Win32SettingsDialogView : public SettingsDialogView {
     return true;
   }
 
-  HWND Make(const wchar_t* window_class, const std::wstring& text, DWORD style, int x, int y,
-            int width, int height, int id) {
-    HWND made = ::CreateWindowExW(0, window_class, text.c_str(), WS_CHILD | WS_VISIBLE | style, x,
-                                  y, width, height, window_, reinterpret_cast<HMENU>(
+  HWND Make(const wchar_t* window_class, const std::wstring& text, DWORD style, int id) {
+    HWND made = ::CreateWindowExW(0, window_class, text.c_str(), WS_CHILD | WS_VISIBLE | style, 0,
+                                  0, 0, 0, window_, reinterpret_cast<HMENU>(
                                       static_cast<INT_PTR>(id)), OwnModule(), nullptr);
     ::SendMessageW(made, WM_SETFONT, reinterpret_cast<WPARAM>(DialogFont()), TRUE);
     return made;
   }
 
-  void Add(C control, const wchar_t* window_class, const std::wstring& text, DWORD style, int x,
-           int y, int width, int height) {
-    controls_[control] =
-        Make(window_class, text, style, x, y, width, height, SettingsControlId(control));
+  void Add(C control, const wchar_t* window_class, const std::wstring& text, DWORD style) {
+    controls_[control] = Make(window_class, text, style, SettingsControlId(control));
   }
 
+  // Made in the order of the tab stops, top to bottom; each label right
+  // before its control, so that its access key reaches that control.
+  // Positions are set by Layout.
   void MakeControls() {
-    for (const Label& label : kLabels) {
-      Make(L"STATIC", Widen(label.text), SS_LEFT, label.x, label.y, label.width, 16, -1);
-    }
     const DWORD edit = WS_BORDER | WS_TABSTOP | ES_AUTOHSCROLL;
     const DWORD button = WS_TABSTOP | BS_PUSHBUTTON;
-    const std::wstring browse = L"Durchsuchen...";
+    const DWORD check = WS_TABSTOP | BS_AUTOCHECKBOX;
     for (int i = 0; i < 3; ++i) {
-      const int y = 12 + 52 * i;
-      Add(FolderBox(i), L"EDIT", L"", edit, 170, y, 270, 20);
-      Add(BrowseButton(i), L"BUTTON", browse, button, 448, y - 1, 100, 23);
+      folder_labels_[i] = Make(L"STATIC", Widen(kFolderLabels[i]), SS_LEFT, -1);
+      Add(FolderBox(i), L"EDIT", L"", edit);
+      Add(BrowseButton(i), L"BUTTON", L"Durchsuchen...", button);
+      hints_[i] = Make(L"STATIC", Widen(kFolderHints[i]), SS_LEFT | SS_NOPREFIX, -1);
     }
-    Add(C::kLblTimeoutTitle, L"STATIC", Widen("Timeout in Sekunden: "), SS_LEFT, 12, 174, 150,
-        16);
-    Add(C::kTxtTimeoutSeconds, L"EDIT", L"", edit | ES_NUMBER, 170, 172, 70, 20);
+    Add(C::kLblSystemName, L"STATIC", Widen(kSystemNameLabel), SS_LEFT);
+    Add(C::kTxtSystemName, L"EDIT", L"", edit);
+    Add(C::kLblSessionPrefixTitle, L"STATIC", Widen(kSessionPrefixLabel), SS_LEFT);
+    Add(C::kTxtSessionPrefix, L"EDIT", L"", edit);
+    Add(C::kLblPatIdent, L"STATIC", Widen(kPatIdentLabel), SS_LEFT);
+    Add(C::kCmbPatIdent, L"COMBOBOX", L"", WS_TABSTOP | WS_VSCROLL | CBS_DROPDOWNLIST);
+    Add(C::kLblTimeoutTitle, L"STATIC", Widen(kTimeoutLabel), SS_LEFT);
+    Add(C::kTxtTimeoutSeconds, L"EDIT", L"", edit | ES_NUMBER);
     Add(C::kUpdTimeoutSeconds, UPDOWN_CLASSW, L"",
-        UDS_SETBUDDYINT | UDS_ALIGNRIGHT | UDS_ARROWKEYS | UDS_NOTHOUSANDS, 0, 0, 0, 0);
+        UDS_SETBUDDYINT | UDS_ALIGNRIGHT | UDS_ARROWKEYS | UDS_NOTHOUSANDS);
+    Add(C::kChkSlowSync, L"BUTTON", Widen(kSlowSyncCaption), check);
+    Add(C::kChkLog, L"BUTTON", Widen(kLogCaption), check);
+    session_label_ = Make(L"STATIC", Widen(kSessionIdLabel), SS_LEFT, -1);
+    Add(C::kTxtSessionID, L"EDIT", L"", edit);
+    Add(C::kCmdSyncTesten, L"BUTTON", Widen(kSyncTestenCaption), button);
+    Add(C::kCmdOk, L"BUTTON", L"OK", button | BS_DEFPUSHBUTTON);
+    Add(C::kCmdCancel, L"BUTTON", Widen("Abbruch"), button);
+    Layout();
+  }
+
+  // Places the controls of the current mode, row under row, and sizes the
+  // dialog to them: the normal mode has the browse buttons beside the
+  // folders, "'SlowSync' starten" and the session number beside OK; the
+  // server-side mode has full-width folders, four rows of its own fields,
+  // the session number beside "Protokollierung" and "Synchronisation
+  // testen" beside OK.
+  void Layout() {
+    if (window_ == nullptr) return;
+    const bool service_side = Visible(C::kTxtSystemName);
+    int y = kMargin;
+    for (int i = 0; i < 3; ++i) {
+      const bool browse = Visible(BrowseButton(i));
+      Place(folder_labels_[i], kMargin, y + 3, kLabelWidth, 16);
+      Place(Control(FolderBox(i)), kFieldX, y,
+            (browse ? kRight - kBrowseWidth - 8 : kRight) - kFieldX, 21);
+      Place(Control(BrowseButton(i)), kRight - kBrowseWidth, y - 1, kBrowseWidth, 23);
+      Place(hints_[i], kFieldX, y + 25, kRight - kFieldX, 16);
+      y += kFolderHeight;
+    }
+    y += 4;
+    const struct {
+      C label, field;
+      int width, height;
+    } fields[] = {{C::kLblSystemName, C::kTxtSystemName, kRight - kFieldX, 21},
+                  {C::kLblSessionPrefixTitle, C::kTxtSessionPrefix, 120, 21},
+                  {C::kLblPatIdent, C::kCmbPatIdent, kRight - kFieldX, 120},
+                  {C::kLblTimeoutTitle, C::kTxtTimeoutSeconds, 80, 21}};
+    for (const auto& field : fields) {
+      if (!Visible(field.field)) continue;
+      Place(Control(field.label), kMargin, y + 3, kLabelWidth, 16);
+      Place(Control(field.field), kFieldX, y, field.width, field.height);
+      y += kRowHeight;
+    }
+    // The up-down control sits at the right end of its box.
     ::SendMessageW(Control(C::kUpdTimeoutSeconds), UDM_SETBUDDY,
                    reinterpret_cast<WPARAM>(Control(C::kTxtTimeoutSeconds)), 0);
-    Add(C::kLblSessionPrefixTitle, L"STATIC", Widen("Session-Präfix: "), SS_LEFT, 12, 202, 150,
-        16);
-    Add(C::kTxtSessionPrefix, L"EDIT", L"", edit, 170, 200, 100, 20);
-    Add(C::kLblPatIdent, L"STATIC", Widen("PatientenIdentifikation:"), SS_LEFT, 12, 230, 150, 16);
-    Add(C::kCmbPatIdent, L"COMBOBOX", L"", WS_TABSTOP | WS_VSCROLL | CBS_DROPDOWNLIST, 170, 228,
-        270, 120);
-    Add(C::kLblSystemName, L"STATIC", Widen("Systemname: "), SS_LEFT, 12, 260, 150, 16);
-    Add(C::kTxtSystemName, L"EDIT", L"", edit, 170, 258, 270, 20);
-    Add(C::kChkSlowSync, L"BUTTON", Widen("'SlowSync' starten"), WS_TABSTOP | BS_AUTOCHECKBOX, 12,
-        290, 150, 20);
-    Add(C::kChkLog, L"BUTTON", Widen("Protokollierung"), WS_TABSTOP | BS_AUTOCHECKBOX, 170, 290,
-        120, 20);
-    Add(C::kTxtSessionID, L"EDIT", L"", edit, 380, 290, 80, 20);
-    Add(C::kCmdSyncTesten, L"BUTTON", Widen("Synchronisation testen"), button, 12, 346, 170, 26);
-    Add(C::kCmdOk, L"BUTTON", L"OK", button | BS_DEFPUSHBUTTON, 340, 346, 100, 26);
-    Add(C::kCmdCancel, L"BUTTON", Widen("Abbruch"), button, 448, 346, 100, 26);
+    if (service_side) y += 4;
+
+    // The check boxes; in the server-side mode the session number beside them.
+    int x = kMargin;
+    if (Visible(C::kChkSlowSync)) {
+      Place(Control(C::kChkSlowSync), x, y, kFieldX - kMargin - 8, 20);
+      x = kFieldX;
+    }
+    Place(Control(C::kChkLog), x, y, 140, 20);
+    const int session_width = 80;
+    const int session_label_width = 70;
+    if (service_side) {
+      Place(session_label_, kRight - session_width - 8 - session_label_width, y + 3,
+            session_label_width, 16);
+      Place(Control(C::kTxtSessionID), kRight - session_width, y, session_width, 21);
+    }
+    y += 20 + 12;
+
+    // The buttons' row; in the normal mode the session number at its left.
+    const int ok_x = kRight - 2 * kButtonWidth - 8;
+    if (service_side) {
+      Place(Control(C::kCmdSyncTesten), kMargin, y, 170, kButtonHeight);
+    } else {
+      Place(session_label_, kMargin, y + 6, session_label_width, 16);
+      Place(Control(C::kTxtSessionID), kMargin + session_label_width + 8, y + 3, session_width,
+            21);
+    }
+    Place(Control(C::kCmdOk), ok_x, y, kButtonWidth, kButtonHeight);
+    Place(Control(C::kCmdCancel), kRight - kButtonWidth, y, kButtonWidth, kButtonHeight);
+    y += kButtonHeight + kMargin;
+
+    RECT frame = {0, 0, kWidth, y};
+    ::AdjustWindowRectEx(&frame, static_cast<DWORD>(::GetWindowLongPtrW(window_, GWL_STYLE)),
+                         FALSE, static_cast<DWORD>(::GetWindowLongPtrW(window_, GWL_EXSTYLE)));
+    ::SetWindowPos(window_, nullptr, 0, 0, frame.right - frame.left, frame.bottom - frame.top,
+                   SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+  }
+
+  static void Place(HWND control, int x, int y, int width, int height) {
+    if (control != nullptr) ::MoveWindow(control, x, y, width, height, FALSE);
   }
 
   void CenterOver(HWND owner) {
@@ -364,6 +495,10 @@ class Win32SettingsDialogView : public SettingsDialogView {
   HWND window_ = nullptr;
   std::map<SettingsControl, HWND> controls_;
   std::map<SettingsControl, bool> visible_;
+  HWND folder_labels_[3] = {};
+  HWND hints_[3] = {};
+  HWND session_label_ = nullptr;
+  FocusKeeper focus_;
   bool shown_ = false;
   bool destroyed_ = false;  // from outside, while shown
 };

@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/win32/dialog_keys.h"
 #include "platform/win32/guarded_window_proc.h"
 #include "platform/win32/library_windows.h"
 #include "platform/win32/wide_text.h"
@@ -274,7 +275,24 @@ class Win32SyncView : public SyncWindowView {
     }
     if (window_ == nullptr) Create(owner);
     ::ShowWindow(window_, SW_SHOWNORMAL);
+    // Abbruch has the focus: Enter or Space cancels, as Esc anywhere does.
+    focus_.Forget();
+    ::SetFocus(cancel_);
     ::UpdateWindow(window_);
+  }
+
+  // The keyboard of the window, for the wait's pump: Esc anywhere in the
+  // window asks to cancel (also from the log pane, which takes every other
+  // key itself); the rest goes through the dialog manager (Tab between the
+  // pane and the button, Enter on the button). True when the message was
+  // taken; it must not be dispatched again.
+  bool TakeKey(MSG& message) {
+    if (window_ == nullptr || !IsInWindow(window_, message.hwnd)) return false;
+    if (message.message == WM_KEYDOWN && message.wParam == VK_ESCAPE) {
+      ::SendMessageW(window_, WM_COMMAND, MAKEWPARAM(IDCANCEL, BN_CLICKED), 0);
+      return true;
+    }
+    return ::IsDialogMessageW(window_, &message) != FALSE;
   }
 
   void Close() override {
@@ -353,13 +371,24 @@ class Win32SyncView : public SyncWindowView {
           return reinterpret_cast<LRESULT>(::GetSysColorBrush(COLOR_WINDOW));
         }
         break;
-      case WM_COMMAND:
-        if (LOWORD(wparam) == kCancelButtonId && HIWORD(wparam) == BN_CLICKED) {
+      case WM_COMMAND: {
+        // The button, and the IDCANCEL (Esc) and IDOK (Enter) of the
+        // dialog manager: all ask the one cancel question.
+        const int id = LOWORD(wparam);
+        if ((id == kCancelButtonId || id == IDCANCEL || id == IDOK) &&
+            HIWORD(wparam) == BN_CLICKED) {
           // Nothing of this view is touched after the input has run.
           input_.CancelClicked();
           return 0;
         }
         break;
+      }
+      case WM_NEXTDLGCTL:
+        MoveDialogFocus(window, wparam, lparam);
+        return 0;
+      case WM_ACTIVATE:
+        focus_.OnActivate(window, wparam, cancel_);
+        return 0;
       case kFlushLogMessage:
         flush_posted_ = false;
         FlushLog();
@@ -432,7 +461,7 @@ class Win32SyncView : public SyncWindowView {
                              reinterpret_cast<HMENU>(static_cast<INT_PTR>(kLogPaneId)), module,
                              nullptr);
     cancel_ = ::CreateWindowExW(0, L"BUTTON", L"Abbruch",
-                                WS_CHILD | WS_VISIBLE | WS_TABSTOP | BS_PUSHBUTTON, 0, 0, 0, 0,
+                                WS_CHILD | WS_VISIBLE | WS_TABSTOP | BS_DEFPUSHBUTTON, 0, 0, 0, 0,
                                 window,
                                 reinterpret_cast<HMENU>(static_cast<INT_PTR>(kCancelButtonId)),
                                 module, nullptr);
@@ -558,6 +587,7 @@ class Win32SyncView : public SyncWindowView {
   HWND window_ = nullptr;
   HWND log_ = nullptr;
   HWND cancel_ = nullptr;
+  FocusKeeper focus_;
   std::wstring pending_;     // appended, not yet in the pane
   bool flush_posted_ = false;  // a kFlushLogMessage is on its way
   bool asking_ = false;
@@ -592,6 +622,16 @@ LRESULT SyncWindowProcBody(HWND window, UINT message, WPARAM wparam, LPARAM lpar
   auto* view = reinterpret_cast<Win32SyncView*>(::GetWindowLongPtrW(window, GWLP_USERDATA));
   if (view == nullptr) return ::DefWindowProcW(window, message, wparam, lparam);
   return view->Handle(window, message, wparam, lparam);
+}
+
+// Gives a message meant for a shown sync window (or one of its controls)
+// to that window's keyboard handling; true when it was taken.
+bool TakeKeyOfShownWindow(const Shared& shared, MSG& message) {
+  if (message.hwnd == nullptr) return false;
+  for (Win32SyncView* view : shared.shown) {
+    if (IsInWindow(view->Window(), message.hwnd)) return view->TakeKey(message);
+  }
+  return false;
 }
 
 // Hands a noted Ctrl+C to the shown window as its close request. An
@@ -700,6 +740,13 @@ bool RegisterSyncWindowClasses() {
   window_class.hCursor = ::LoadCursorW(nullptr, reinterpret_cast<LPCWSTR>(IDC_ARROW));
   window_class.hbrBackground = reinterpret_cast<HBRUSH>(static_cast<INT_PTR>(COLOR_BTNFACE + 1));
   window_class.lpszClassName = kSyncWindowClassName;
+  // The emblem in the caption and the task bar, when the module has it.
+  window_class.hIcon = static_cast<HICON>(
+      ::LoadImageW(module, MAKEINTRESOURCEW(kEmblemIconId), IMAGE_ICON,
+                   ::GetSystemMetrics(SM_CXICON), ::GetSystemMetrics(SM_CYICON), LR_SHARED));
+  window_class.hIconSm = static_cast<HICON>(
+      ::LoadImageW(module, MAKEINTRESOURCEW(kEmblemIconId), IMAGE_ICON,
+                   ::GetSystemMetrics(SM_CXSMICON), ::GetSystemMetrics(SM_CYSMICON), LR_SHARED));
   if (::RegisterClassExW(&window_class) == 0 && ::GetLastError() != ERROR_CLASS_ALREADY_EXISTS) {
     return false;
   }
@@ -827,9 +874,10 @@ bool Win32WindowPlatform::DispatchPending() {
       if (first) shown->Input().QuitRequested();
       continue;
     }
+    ++shared_->dispatched;
+    if (TakeKeyOfShownWindow(*shared_, message)) continue;
     ::TranslateMessage(&message);
     ::DispatchMessageW(&message);
-    ++shared_->dispatched;
   }
   return any;
 }

@@ -44,6 +44,10 @@ inline constexpr wchar_t kSyncHelperClassName[] = L"kdZentavoSyncHelper";
 inline constexpr int kLogPaneId = 1001;
 inline constexpr int kCancelButtonId = 1002;
 
+// The icon resource of the emblem (in the DLL's resources; a program
+// without it shows the system's default icon).
+inline constexpr int kEmblemIconId = 101;
+
 // The most characters the log pane holds (far more than the default 30 000
 // of an edit control, so that a long exchange keeps its last lines).
 inline constexpr int kLogPaneLimit = 0x7FFFFFFE;

@@ -70,9 +70,29 @@ std::vector<uint8_t> EncodePng(int width, int height, const std::vector<uint8_t>
   return png;
 }
 
+int CALLBACK NoteFound(const LOGFONTW*, const TEXTMETRICW*, DWORD, LPARAM found) {
+  *reinterpret_cast<bool*>(found) = true;
+  return 0;
+}
+
 }  // namespace
 
+bool FontInstalled(const wchar_t* face) {
+  LOGFONTW wanted = {};
+  wanted.lfCharSet = DEFAULT_CHARSET;
+  ::lstrcpynW(wanted.lfFaceName, face, LF_FACESIZE);
+  bool found = false;
+  HDC screen = ::GetDC(nullptr);
+  ::EnumFontFamiliesExW(screen, &wanted, NoteFound, reinterpret_cast<LPARAM>(&found), 0);
+  ::ReleaseDC(nullptr, screen);
+  return found;
+}
+
 bool SaveWindowPicture(HWND window, const std::wstring& path, size_t* distinct_colours) {
+  if (distinct_colours != nullptr) *distinct_colours = 0;
+  // Without the symbol font the caption's buttons are drawn as the letters
+  // that stand for their symbols ("0", "1", "r"): no picture is taken.
+  if (!FontInstalled(L"Marlett")) return false;
   RECT bounds;
   if (!::GetWindowRect(window, &bounds)) return false;
   const int width = bounds.right - bounds.left;

@@ -8,8 +8,12 @@
 
 namespace kdzv::host {
 
+// Whether a font of that face is installed.
+bool FontInstalled(const wchar_t* face);
+
 // Saves `window` (frame included) to `path`; false when it cannot be read
-// or written. `distinct_colours` receives how many colours the picture has
+// or written, or when the symbol font of the caption's buttons (Marlett) is
+// missing, so that they would show as letters. `distinct_colours` receives how many colours the picture has
 // (a blank capture has one).
 bool SaveWindowPicture(HWND window, const std::wstring& path, size_t* distinct_colours = nullptr);
 

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <string>
 #include <vector>
@@ -15,6 +16,7 @@
 #include "event_sink.h"
 #include "host_environment.h"
 #include "library_calls.h"
+#include "keyboard.h"
 #include "message_boxes.h"
 
 namespace kdzv::host {
@@ -184,6 +186,108 @@ TEST(ComWait, AMissingDownloadFolderIsReportedInABox) {
   EXPECT_EQ(boxes.Texts()[0].rfind(L"Fehler: Der eingestellte Downloadpfad existiert nicht: " +
                                        missing, 0),
             0u);
+}
+
+// The keyboard in the sync window, one step per tick of the host's timer
+// while no question is open.
+struct KeyWalk {
+  std::vector<std::function<void(HWND sync)>> steps;
+  size_t next = 0;
+};
+KeyWalk* g_walk = nullptr;
+
+void CALLBACK KeyTimer(HWND, UINT, UINT_PTR, DWORD) {
+  KeyWalk& walk = *g_walk;
+  HWND sync = ::FindWindowW(L"kdZentavoSyncWindow", nullptr);
+  if (sync == nullptr || !::IsWindowEnabled(sync) || walk.next >= walk.steps.size()) return;
+  walk.steps[walk.next++](sync);
+}
+
+std::wstring ClipboardText() {
+  std::wstring text;
+  if (!::OpenClipboard(nullptr)) return L"(no clipboard)";
+  if (HANDLE data = ::GetClipboardData(CF_UNICODETEXT)) {
+    if (const auto* chars = static_cast<const wchar_t*>(::GlobalLock(data))) {
+      text = chars;
+      ::GlobalUnlock(data);
+    }
+  }
+  ::CloseClipboard();
+  return text;
+}
+
+std::wstring WindowText(HWND window) {
+  std::wstring text(static_cast<size_t>(::GetWindowTextLengthW(window)) + 1, L'\0');
+  text.resize(static_cast<size_t>(::GetWindowTextW(window, text.data(),
+                                                   static_cast<int>(text.size()))));
+  return text;
+}
+
+TEST(ComWait, TheSyncWindowIsCancelledFromTheKeyboardThroughTheQuestion) {
+  const Obj zv = NewSilentExchange("wait-keyboard");
+  ASSERT_TRUE(zv);
+  MessageBoxAnswerer boxes(IDNO);
+  std::vector<int> focus;
+  std::wstring pane_before, pane_after, copied;
+  HICON big = nullptr, small = nullptr;
+  KeyWalk walk;
+  walk.steps.push_back([&](HWND sync) {
+    // The emblem in the caption.
+    big = reinterpret_cast<HICON>(::GetClassLongPtrW(sync, GCLP_HICON));
+    small = reinterpret_cast<HICON>(::GetClassLongPtrW(sync, GCLP_HICONSM));
+    focus.push_back(FocusedId());  // on opening
+    PressKey(VK_ESCAPE);           // asked, answered no
+  });
+  walk.steps.push_back([&](HWND) {
+    focus.push_back(FocusedId());  // back on the button after the question
+    PressKey(VK_TAB);
+  });
+  walk.steps.push_back([&](HWND sync) {
+    focus.push_back(FocusedId());  // the log pane
+    HWND pane = ::GetDlgItem(sync, 1001);
+    pane_before = WindowText(pane);
+    ::SendMessageW(pane, EM_SETSEL, 0, -1);
+    PressKey('X');  // read-only: no typing into the pane
+    ::PostMessageW(pane, WM_CHAR, 'x', 1);
+    ::PostMessageW(pane, WM_CHAR, 0x03, 1);  // Ctrl+C
+  });
+  walk.steps.push_back([&](HWND sync) {
+    pane_after = WindowText(::GetDlgItem(sync, 1001));
+    copied = ClipboardText();
+    PressKey(VK_ESCAPE);  // Esc in the pane: asked, answered no
+  });
+  walk.steps.push_back([&](HWND) {
+    focus.push_back(FocusedId());
+    PressKey(VK_TAB);  // out of the pane, to the button
+  });
+  walk.steps.push_back([&](HWND) {
+    focus.push_back(FocusedId());
+    PressKey(VK_SPACE);  // asked, answered no
+  });
+  walk.steps.push_back([&](HWND) {
+    focus.push_back(FocusedId());
+    boxes.SetYesNoAnswer(IDYES);
+    PressKey(VK_RETURN);  // asked, answered yes: cancelled
+  });
+  g_walk = &walk;
+  const UINT_PTR timer = ::SetTimer(nullptr, 0, 250, KeyTimer);
+  const Result synced = CallStartSync(zv, MissingArgument());
+  ::KillTimer(nullptr, timer);
+  g_walk = nullptr;
+
+  ASSERT_EQ(synced.hr, S_OK);
+  EXPECT_EQ(synced.value.Long(), 4);  // ZV_Error_Cancel
+  EXPECT_EQ(walk.next, walk.steps.size());
+  constexpr int kPane = 1001, kButton = 1002;
+  EXPECT_EQ(focus, (std::vector<int>{kButton, kButton, kPane, kPane, kButton, kButton}));
+  const std::wstring question = L"Soll der Syncronisation-Prozess wirklich abgebrochen werden?";
+  EXPECT_EQ(boxes.Texts(), (std::vector<std::wstring>(4, question)));
+  EXPECT_NE(big, nullptr);
+  EXPECT_NE(small, nullptr);
+  EXPECT_FALSE(pane_before.empty());
+  EXPECT_EQ(pane_after, pane_before);
+  EXPECT_EQ(copied, pane_before);
+  EXPECT_EQ(::FindWindowW(L"kdZentavoSyncWindow", nullptr), nullptr);
 }
 
 // The window went: the exchange is cancelled without the question, with
