@@ -100,7 +100,15 @@ void HeldReports::Release() {
     for (uint32_t i = 0; i < count; ++i) {
       switch (kind) {
         case Kind::kLog: LogLine(text); break;
-        case Kind::kReport: ReportLine(text); break;
+        case Kind::kReport:
+          // Within a OneBoxPerText scope a repeat is only logged: its box
+          // has been decided by the first.
+          if (i > 0 && g_box_scope != nullptr) {
+            LogLine(text);
+          } else {
+            ReportLine(text);
+          }
+          break;
         case Kind::kError: ShowErrorReport(text); break;
       }
     }

@@ -1,6 +1,7 @@
 #include "message/xml_parser.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <utility>
 
@@ -50,6 +51,13 @@ bool ContainsDoctypeWithin(std::string_view chunk) {
 }
 
 constexpr std::string_view kCdataRest = "CDATA[";
+
+// The characters that matter inside a tag.
+constexpr auto kTagMarks = [] {
+  std::array<bool, 256> marks{};
+  for (unsigned char c : std::string_view("\"'=<>")) marks[c] = true;
+  return marks;
+}();
 
 // Builds the whole tree.
 class TreeSink : public XmlStreamSink {
@@ -214,9 +222,16 @@ bool RawMessageCheck::Scan(std::string_view chunk) {
     const char* p = rest.data();
     const char* const end = p + rest.size();
     while (p < end) {
+      // The common states skip what cannot change them in tight loops.
       if (state_ == State::kText) {
         p = static_cast<const char*>(std::memchr(p, '<', static_cast<size_t>(end - p)));
         if (p == nullptr) break;
+      } else if (state_ == State::kQuoted) {
+        p = static_cast<const char*>(std::memchr(p, quote_, static_cast<size_t>(end - p)));
+        if (p == nullptr) break;
+      } else if (state_ == State::kTag) {
+        while (p < end && !kTagMarks[static_cast<unsigned char>(*p)]) ++p;
+        if (p == end) break;
       }
       if (!Unit(static_cast<unsigned char>(*p))) return false;
       ++p;
