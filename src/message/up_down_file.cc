@@ -463,6 +463,24 @@ int32_t clZVUpDownFile::NumberCommands() {
   return counter;
 }
 
+namespace {
+
+// Where the commands of a message being written go once each is complete:
+// serialised and transliterated onto the end of the message's text.
+class TextOfCommands : public XmlChildStream {
+ public:
+  explicit TextOfCommands(std::string& text) : text_(text) {}
+  void Take(XmlElement child) override { AppendTransliterated(text_, SerializeXml(child)); }
+
+ private:
+  std::string& text_;
+};
+
+}  // namespace
+
+// The text is the one ComposeMessageText makes of the whole document, made
+// one command at a time: the body hands each command, once complete, to the
+// text and lets go of its elements.
 bool clZVUpDownFile::CreateUpFile(std::string_view path) {
   try {
     std::unique_ptr<XmlDocument> owned =
@@ -473,8 +491,17 @@ bool clZVUpDownFile::CreateUpFile(std::string_view path) {
       ReportLine("XML-Daten für Knoten 'SyncHdr' konnten nicht erstellt werden.");
       return false;
     }
+    std::string text = MessageTextStart(service_host_);
+    for (const XmlElement& header : root.Children()) {
+      AppendTransliterated(text, SerializeXml(header));
+    }
     XmlElement& body = root.AppendChild(document.CreateElement("SyncBody"));
     NumberCommands();
+    constexpr std::string_view kBodyStart = "<SyncBody>";
+    const size_t body_at = text.size();
+    text.append(kBodyStart);
+    TextOfCommands commands(text);
+    body.StreamChildren(commands);
 
     // A collection that fails has told about it; the file is still written.
     // The status and alert collections hand back their text instead, which
@@ -490,11 +517,17 @@ bool clZVUpDownFile::CreateUpFile(std::string_view path) {
     ReplaceOpeningTimeCol().CreateXMLSource(document, body);
     const std::string alert_error = AlertCol().CreateXMLSource(document, body);
     if (!alert_error.empty()) LogLine(alert_error);
-
-    // The tree is not needed once the text is made; letting it go first keeps
-    // a large message from being held three times (tree, text, code page).
-    const std::string text = ComposeMessageText(document.DocumentElement(), service_host_);
+    body.FlushChildren();
     owned.reset();
+
+    if (text.size() == body_at + kBodyStart.size()) {
+      // A body without commands is an empty element.
+      text.resize(body_at);
+      text.append("<SyncBody/>");
+    } else {
+      text.append("</SyncBody>");
+    }
+    text.append("</SyncML>\r\n");
     file_system_.WriteTextFile(path, text);
     return true;
   } catch (...) {
