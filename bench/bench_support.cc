@@ -111,6 +111,23 @@ std::string DownloadMessage(int appointments, int session_id, int msg_id) {
   return text;
 }
 
+std::string DenseDownloadMessage(int appointments) {
+  std::string text =
+      "<?xml version=\"1.0\" encoding=\"utf-8\"?><SyncML><SyncHdr><VerDTD>1.0</VerDTD>"
+      "<VerProto>SyncZV/1.0</VerProto><SessionID>17</SessionID><MsgID>2</MsgID></SyncHdr>"
+      "<SyncBody>";
+  for (int i = 1; i <= appointments; ++i) {
+    text += "<Add><CmdID>" + std::to_string(i) + "</CmdID><VEvent><Source>" + std::to_string(i) +
+            "</Source><Target/><Comment/><Status/><DTStart/><DTEnd/><Cancel/><Block/>"
+            "<Customer><Title/><FirstName/><LastName/><DateOfBirth/><Address/><PostalCode/>"
+            "<City/><Phone/><Email/></Customer><Calendar><Source/><Target/><Title/></Calendar>"
+            "<Attribute><Source>A</Source><Target/><Title/><Value><Source>V</Source><Target/>"
+            "<Title/></Value></Attribute></VEvent></Add>";
+  }
+  text += "<Final/></SyncBody></SyncML>";
+  return text;
+}
+
 std::string WriteTempFile(const std::string& name, const std::string& text) {
   char pattern[] = "/tmp/kdzv-bench-XXXXXX";
   const char* folder = ::mkdtemp(pattern);

@@ -15,6 +15,11 @@ std::string DownloadMessage(int appointments);
 // above is message 2 of session 17).
 std::string DownloadMessage(int appointments, int session_id, int msg_id);
 
+// An element-dense answer: `appointments` added appointments whose every
+// field is an element of its own, most of them empty, with one attribute.
+// The most elements (and items) per byte that a real message has.
+std::string DenseDownloadMessage(int appointments);
+
 // Writes `text` to a file in a fresh temporary folder and returns its path.
 std::string WriteTempFile(const std::string& name, const std::string& text);
 

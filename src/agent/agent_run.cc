@@ -293,6 +293,9 @@ class Run {
     if (step.kind == StepKind::kSendRaw) {
       bytes = BuildRaw(step.lines, values_);
       what = "raw, " + Plural(step.lines.size(), "line");
+    } else if (step.appointments > 0) {
+      bytes = BuildMessage(AppointmentLines(step.appointments), values_, number);
+      what = Plural(static_cast<size_t>(step.appointments), "command");
     } else {
       bytes = BuildMessage(step.lines, values_, number);
       const int commands = CountCommands(WrapBody(step.lines, values_));

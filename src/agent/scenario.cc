@@ -149,6 +149,7 @@ class Parser {
       return ReceiveBlock();
     }
     if (word == "send" || word == "send-file" || word == "send-raw") return SendBlock(word, rest);
+    if (word == "send-appointments") return SendAppointments(rest);
     if (word == "expect-taken") return ExpectTaken(rest);
     if (word == "expect-no-message") return ExpectNoMessage(rest);
     if (word == "end") return FailHere("\"end\" without a block to close");
@@ -290,6 +291,24 @@ class Parser {
     }
     Fail(step.line, std::string(word) + " without \"end\"");
     return false;
+  }
+
+  // "send-appointments N": a message of N added appointments, made when it
+  // is sent.
+  bool SendAppointments(std::string_view rest) {
+    const std::optional<int> count = WholeNumber(rest, 1, kMaxGeneratedAppointments);
+    if (!count) {
+      return FailHere("send-appointments needs a whole number of appointments from 1 to " +
+                      std::to_string(kMaxGeneratedAppointments));
+    }
+    if (!NeedSession("send-appointments")) return false;
+    Step step;
+    step.kind = StepKind::kSend;
+    step.line = LineNumber();
+    step.hold_ms = hold_ms_;
+    step.appointments = *count;
+    scenario_.steps.push_back(std::move(step));
+    return true;
   }
 
   // A send block must make a well-formed message once wrapped; the error

@@ -47,6 +47,9 @@ struct Step {
   // their own time.
   int wait_ms = 0;
   int hold_ms = 0;  // send blocks: how long the written file stays locked
+  // send-appointments: the number of added appointments the message holds
+  // (its lines are made when it is sent).
+  int appointments = 0;
 };
 
 struct Scenario {
@@ -57,6 +60,8 @@ struct Scenario {
 
 inline constexpr int kDefaultTimeoutSeconds = 20;
 inline constexpr int kDefaultTakenMs = 5000;
+// The most appointments one send-appointments step may make (about 160 MB).
+inline constexpr int kMaxGeneratedAppointments = 250000;
 
 // Parses a scenario file's text (UTF-8). On a syntax error returns nothing
 // and sets `error` to "scenario line N: " + the reason.

@@ -69,6 +69,33 @@ std::string BuildRaw(const std::vector<std::string>& lines, const Placeholders& 
   return out;
 }
 
+std::vector<std::string> AppointmentLines(int count) {
+  std::vector<std::string> lines;
+  lines.reserve(static_cast<size_t>(count) + 1);
+  const auto two = [](int n) { return std::string(n < 10 ? "0" : "") + std::to_string(n); };
+  for (int i = 1; i <= count; ++i) {
+    // Twenty appointments a day, on the first 28 days of each month of 2025.
+    const int day = (i - 1) / 20;
+    const std::string date = "2025" + two(day / 28 % 12 + 1) + two(day % 28 + 1) + "T";
+    const int slot = (i - 1) % 20;
+    const std::string start = date + two(6 + slot / 2) + (slot % 2 == 0 ? "00" : "30") + "00Z";
+    const std::string end = date + two(6 + slot / 2) + (slot % 2 == 0 ? "25" : "55") + "00Z";
+    const std::string n = std::to_string(i);
+    const std::string calendar = std::to_string(i % 3 + 1);
+    lines.push_back("<Add><CmdID>" + n + "</CmdID><VEvent><Source>ZV-" + n + "</Source><DTStart>" +
+                    start + "</DTStart><DTEnd>" + end + "</DTEnd><Comment>Kontrolle " + n +
+                    "</Comment><Block>false</Block><Status>Booked</Status><Calendar><Source>CAL-" +
+                    calendar + "</Source><Target>" + calendar +
+                    "</Target><Title>Dr. Weiß</Title></Calendar><Customer><FirstName>Lena"
+                    "</FirstName><LastName>Groß " + n + "</LastName><DateOfBirth>19881009"
+                    "</DateOfBirth><City>Köln</City></Customer><Attribute><Source>ATT-1</Source>"
+                    "<Target/><Title>Behandlungsart</Title><Value><Source>V-2</Source><Target>2"
+                    "</Target><Title>Kontrolle</Title></Value></Attribute></VEvent></Add>");
+  }
+  lines.emplace_back("<Final/>");
+  return lines;
+}
+
 int CountCommands(std::string_view body) {
   XmlProblem problem;
   const std::optional<XmlElement> root = ParseAgentXml(body, problem);

@@ -36,6 +36,11 @@ std::string BuildMessage(const std::vector<std::string>& lines, const Placeholde
 // The lines (placeholders filled), each followed by LF; nothing for none.
 std::string BuildRaw(const std::vector<std::string>& lines, const Placeholders& values);
 
+// The lines of a message of `count` added appointments, one "Add" a line
+// (CmdID 1, 2, ...; sources "ZV-1", "ZV-2", ...; booked, each with a
+// calendar, a customer and one attribute value), then "<Final/>".
+std::vector<std::string> AppointmentLines(int count);
+
 // The number of commands in a body made by WrapBody (its elements other
 // than Final); -1 when it does not parse.
 int CountCommands(std::string_view body);

@@ -42,6 +42,39 @@ class OneBoxPerText {
   std::unordered_set<std::string> shown_;
 };
 
+// While one lives (the reading of one message, until the file is known to
+// be well-formed to its end), LogLine, ReportLine and the error report keep
+// what they would show instead of showing it. Release() then shows it all,
+// in its order; a scope that ends unreleased drops it. A line repeated right
+// after itself is kept once with a count. Scopes may nest; the innermost
+// one holds.
+class HeldReports {
+ public:
+  enum class Kind : char { kLog, kReport, kError };
+
+  HeldReports();
+  ~HeldReports();
+  HeldReports(const HeldReports&) = delete;
+  HeldReports& operator=(const HeldReports&) = delete;
+
+  // The bytes held so far.
+  size_t HeldBytes() const { return held_.size(); }
+  // Stops holding and shows what was held.
+  void Release();
+
+  // Keeps `text` in the innermost scope; false when there is none.
+  static bool Hold(Kind kind, std::string_view text);
+
+ private:
+  void Append(Kind kind, std::string_view text);
+
+  HeldReports* outer_;
+  bool holding_ = true;
+  // Records of kind, repeat count, length and text, one after another.
+  std::string held_;
+  size_t last_ = std::string::npos;  // where the newest record starts
+};
+
 }  // namespace kdzv
 
 #endif  // KDZV_INTERFACE_COMPONENT_LOG_H_

@@ -23,12 +23,17 @@ std::string FormatErrorReport(const ErrorInfo& error, std::string_view module,
 void ReportError(const ErrorInfo& error, std::string_view module, std::string_view procedure,
                  std::string_view details) {
   const std::string text = FormatErrorReport(error, module, procedure, details);
+  if (HeldReports::Hold(HeldReports::Kind::kError, text)) return;
+  ShowErrorReport(text);
+}
+
+void ShowErrorReport(std::string_view text) {
   if (ErrorLogTarget* active = process::ActiveInterface()) {
-    active->WriteLogLine("(MAIN) --> ERROR: " + text);
+    active->WriteLogLine("(MAIN) --> ERROR: " + std::string(text));
     return;
   }
   if (UserInterface* ui = process::MessageBoxes()) {
-    ui->ShowMessageBox("Es ist der folgende Fehler aufgetreten:\r\n" + text,
+    ui->ShowMessageBox("Es ist der folgende Fehler aufgetreten:\r\n" + std::string(text),
                    msgbox::kOkOnly | msgbox::kCritical, kComponentTitle);
   }
 }

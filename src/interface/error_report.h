@@ -26,6 +26,9 @@ std::string FormatErrorReport(const ErrorInfo& error, std::string_view module,
 void ReportError(const ErrorInfo& error, std::string_view module, std::string_view procedure,
                  std::string_view details);
 
+// Shows a report made by FormatErrorReport as ReportError does.
+void ShowErrorReport(std::string_view text);
+
 // ReportError for the exception being handled; call only inside a catch block.
 void ReportCurrentError(std::string_view module, std::string_view procedure,
                         std::string_view details);

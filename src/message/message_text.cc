@@ -9,8 +9,6 @@ std::string MessageNamespace(std::string_view host) {
   return ns;
 }
 
-namespace {
-
 // Appends `text` to `out` with the German letters replaced. The replaced
 // letters are two-byte UTF-8 sequences (C3 xx) and their replacements plain
 // ASCII, so one pass gives what replacing each letter in turn gives.
@@ -34,7 +32,12 @@ void AppendTransliterated(std::string& out, std::string_view text) {
   out.append(text.substr(start));
 }
 
-}  // namespace
+std::string MessageTextStart(std::string_view host) {
+  std::string text;
+  AppendTransliterated(text, "<?xml version=\"1.0\" encoding=\"utf-8\"?><SyncML xmlns=\"" +
+                                 MessageNamespace(host) + "\">");
+  return text;
+}
 
 std::string TransliterateGerman(std::string_view text) {
   std::string out;

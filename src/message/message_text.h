@@ -23,6 +23,14 @@ std::string MessageNamespace(std::string_view host);
 // umlaut becomes a lower-case pair: "ÄRZTE" -> "aeRZTE").
 std::string TransliterateGerman(std::string_view text);
 
+// Appends `text` to `out` transliterated as TransliterateGerman does.
+void AppendTransliterated(std::string& out, std::string_view text);
+
+// The start of a message's text up to the root's start tag, with the
+// namespace: the prolog and "<SyncML xmlns=...>", transliterated. What
+// ComposeMessageText gives before the root's children.
+std::string MessageTextStart(std::string_view host);
+
 // The whole text of the file for the document element `root`, final CR LF
 // included.
 std::string ComposeMessageText(const XmlElement& root, std::string_view host);

@@ -1,5 +1,7 @@
 #include "message/up_down_file.h"
 
+#include <cstdint>
+#include <exception>
 #include <utility>
 
 #include "interface/component_log.h"
@@ -16,8 +18,12 @@ namespace {
 // rounded; 0 when the text does not start with one.
 int32_t NumberIn(const XmlElement& element) { return RoundToLong(LeadingNumber(element.Text())); }
 
+void ReportUnknown(std::string_view parent, std::string_view lower_child) {
+  ReportLine("Unbekannter Knoten: " + std::string(parent) + ">" + std::string(lower_child));
+}
+
 void ReportUnknown(std::string_view parent, const XmlElement& child) {
-  ReportLine("Unbekannter Knoten: " + std::string(parent) + ">" + ToLower(child.Name()));
+  ReportUnknown(parent, ToLower(child.Name()));
 }
 
 void ReportUnreadable(std::string_view parent, const XmlElement& child) {
@@ -72,6 +78,98 @@ void clZVUpDownFile::ReleaseReceived() {
   opening_time_cmd_id_ = 0;
 }
 
+// Takes the elements of a received file as they are read: the header and
+// each command of the body are built as small trees and read into items at
+// once, then let go; the document element and the body are streamed;
+// elements that are read for nothing but their name are skipped.
+//
+// A failure inside (a run-time error of an item) stops the reading of
+// commands; the rest of the file is still checked, so that the error is
+// reported only for a file that is well-formed.
+class clZVUpDownFile::Reading : public XmlStreamSink {
+ public:
+  // `held` is where the reports of this reading are held, or null when
+  // they are shown as they come.
+  Reading(clZVUpDownFile& file, const HeldReports* held) : file_(file), held_(held) {}
+
+  Take Open(std::string_view name, size_t depth) override {
+    if (stopped_) return Take::kSkip;
+    Take take = Take::kSkip;
+    try {
+      take = OpenElement(name, depth);
+    } catch (...) {
+      error_ = std::current_exception();
+      stopped_ = true;
+    }
+    CheckHeld();
+    return stopped_ ? Take::kSkip : take;
+  }
+
+  void Element(XmlElement element, size_t depth) override {
+    if (stopped_) return;
+    try {
+      if (depth == 2) {
+        file_.ReadHeader(element);
+      } else {
+        file_.ReadCommand(element);
+      }
+    } catch (...) {
+      error_ = std::current_exception();
+      stopped_ = true;
+    }
+    CheckHeld();
+  }
+
+  bool RootIsSyncML() const { return root_is_syncml_; }
+  // Whether the reports outgrew what may be held.
+  bool Overflowed() const { return overflowed_; }
+  // The run-time error that stopped the reading, if one did.
+  const std::exception_ptr& Error() const { return error_; }
+
+ private:
+  Take OpenElement(std::string_view name, size_t depth) {
+    if (depth == 1) {
+      root_is_syncml_ = ToUpper(name) == "SYNCML";
+      return root_is_syncml_ ? Take::kStream : Take::kSkip;
+    }
+    const std::string lower = ToLower(name);
+    if (depth == 2) {
+      if (lower == "synchdr") return Take::kBuild;
+      if (lower == "syncbody") return Take::kStream;
+      LogLine(
+          "(AnalyzeOrderFile) --> Achtung: Die einzulesende Datei enthält einen unbekannten "
+          "Knotentyp (Node): " +
+          std::string(name));
+      return Take::kSkip;
+    }
+    // A child of "SyncBody" (the only element streamed below the root).
+    if (lower == "add" || lower == "replace" || lower == "delete" || lower == "status" ||
+        lower == "alert" || lower == "get") {
+      return Take::kBuild;
+    }
+    if (lower == "map") {
+      LogLine("Kommando <MAP> noch nicht unterstützt.");
+    } else if (lower != "final") {  // the end marker carries nothing
+      ReportUnknown("syncbody", lower);
+    }
+    return Take::kSkip;
+  }
+
+  void CheckHeld() {
+    if (held_ != nullptr && held_->HeldBytes() > kMaxHeldReportBytes) {
+      overflowed_ = true;
+      stopped_ = true;
+    }
+  }
+
+  clZVUpDownFile& file_;
+  const HeldReports* held_;
+  bool root_is_syncml_ = false;
+  bool stopped_ = false;
+  bool overflowed_ = false;
+  std::exception_ptr error_;
+};
+
 bool clZVUpDownFile::AnalyzeDownFile(std::string_view path) {
   // Every report of this message is logged; each distinct text is shown in
   // a box once.
@@ -81,31 +179,61 @@ bool clZVUpDownFile::AnalyzeDownFile(std::string_view path) {
     file_name_ = std::string(path);
     TraceLine("AnalyzeDownFile: " + file_name_);
 
-    std::optional<XmlElement> root = parser_.ParseFile(file_name_);
-    if (!root) {
+    // The attributes are kept from earlier files; those of a file that
+    // turns out unreadable are taken back out.
+    const int32_t attributes_before = add_attributes_ ? add_attributes_->Count() : 0;
+    const auto forget_this_file = [this, attributes_before] {
+      ReleaseReceived();
+      if (add_attributes_) {
+        while (add_attributes_->Count() > attributes_before) {
+          add_attributes_->Remove(add_attributes_->Count());
+        }
+      }
+    };
+
+    uint64_t file_bytes = 0;
+    XmlReadResult result = XmlReadResult::kUnreadable;
+    bool root_is_syncml = false;
+    bool overflowed = false;
+    std::exception_ptr error;
+    {
+      HeldReports held;
+      Reading reading(*this, &held);
+      result = parser_.ReadFile(file_name_, reading, file_bytes);
+      overflowed = reading.Overflowed();
+      if (result == XmlReadResult::kRead && !overflowed) {
+        held.Release();
+        root_is_syncml = reading.RootIsSyncML();
+        error = reading.Error();
+      }
+    }
+    if (result == XmlReadResult::kRead && overflowed) {
+      // Well-formed, but too much to hold: read again, reporting at once.
+      forget_this_file();
+      Reading reading(*this, nullptr);
+      result = parser_.ReadFile(file_name_, reading, file_bytes);
+      root_is_syncml = reading.RootIsSyncML();
+      error = reading.Error();
+    }
+
+    if (result == XmlReadResult::kTooLarge) {
+      ReportLine("Die Download-Datei ist zu groß (" + std::to_string(file_bytes) +
+                 " Bytes, höchstens " + std::to_string(xml_limits::kMaxFileBytes) +
+                 " Bytes): " + file_name_);
+    }
+    if (result != XmlReadResult::kRead) {
+      forget_this_file();
       LogLine("(AnalyzeOrderFile) --> Achtung: Fehler beim Lesen der Datei: " + file_name_);
       return false;
     }
-    if (ToUpper(root->Name()) != "SYNCML") {
+    if (!root_is_syncml) {
       LogLine(
           "(AnalyzeDownFile) --> Achtung: Die einzulesende Datei entspricht nicht der erwarteten "
           "Struktur: " +
           file_name_);
       return false;
     }
-    for (const XmlElement& child : root->Children()) {
-      const std::string name = ToLower(child.Name());
-      if (name == "synchdr") {
-        ReadHeader(child);
-      } else if (name == "syncbody") {
-        ReadBody(child);
-      } else {
-        LogLine(
-            "(AnalyzeOrderFile) --> Achtung: Die einzulesende Datei enthält einen unbekannten "
-            "Knotentyp (Node): " +
-            child.Name());
-      }
-    }
+    if (error) std::rethrow_exception(error);
     return true;
   } catch (...) {
     ReportCurrentError(kModule, "AnalyzeDownFile", "File=" + std::string(path));
@@ -149,31 +277,25 @@ void clZVUpDownFile::ReadLocation(const XmlElement& location, clZVSourceTargetIt
   }
 }
 
-void clZVUpDownFile::ReadBody(const XmlElement& body) {
-  for (const XmlElement& child : body.Children()) {
-    const std::string name = ToLower(child.Name());
-    if (name == "add" || name == "replace" || name == "delete") {
-      if (!pAnalyzeAddReplaceNode(child)) ReportUnreadable("syncbody", child);
-    } else if (name == "map") {
-      LogLine("Kommando <MAP> noch nicht unterstützt.");
-    } else if (name == "status") {
-      auto status = std::make_shared<clZVStatus>();
-      if (!status->ReadFromXMLNode(child).empty()) {
-        ReportUnreadable("syncbody", child);
-      } else {
-        StatusCol().Add(std::move(status));
-      }
-    } else if (name == "alert") {
-      clZVAlert alert;
-      alert.ReadFromXMLNode(child);
-      LogLine("ALERT: " + alert.Text);
-    } else if (name == "get") {
-      ReadGet(child);
-    } else if (name == "final") {
-      // The end marker carries nothing.
+// One command of the body; the reading has skipped the commands that are
+// read for their name alone.
+void clZVUpDownFile::ReadCommand(const XmlElement& command) {
+  const std::string name = ToLower(command.Name());
+  if (name == "add" || name == "replace" || name == "delete") {
+    if (!pAnalyzeAddReplaceNode(command)) ReportUnreadable("syncbody", command);
+  } else if (name == "status") {
+    auto status = std::make_shared<clZVStatus>();
+    if (!status->ReadFromXMLNode(command).empty()) {
+      ReportUnreadable("syncbody", command);
     } else {
-      ReportUnknown("syncbody", child);
+      StatusCol().Add(std::move(status));
     }
+  } else if (name == "alert") {
+    clZVAlert alert;
+    alert.ReadFromXMLNode(command);
+    LogLine("ALERT: " + alert.Text);
+  } else if (name == "get") {
+    ReadGet(command);
   }
 }
 
@@ -341,6 +463,24 @@ int32_t clZVUpDownFile::NumberCommands() {
   return counter;
 }
 
+namespace {
+
+// Where the commands of a message being written go once each is complete:
+// serialised and transliterated onto the end of the message's text.
+class TextOfCommands : public XmlChildStream {
+ public:
+  explicit TextOfCommands(std::string& text) : text_(text) {}
+  void Take(XmlElement child) override { AppendTransliterated(text_, SerializeXml(child)); }
+
+ private:
+  std::string& text_;
+};
+
+}  // namespace
+
+// The text is the one ComposeMessageText makes of the whole document, made
+// one command at a time: the body hands each command, once complete, to the
+// text and lets go of its elements.
 bool clZVUpDownFile::CreateUpFile(std::string_view path) {
   try {
     std::unique_ptr<XmlDocument> owned =
@@ -351,8 +491,17 @@ bool clZVUpDownFile::CreateUpFile(std::string_view path) {
       ReportLine("XML-Daten für Knoten 'SyncHdr' konnten nicht erstellt werden.");
       return false;
     }
+    std::string text = MessageTextStart(service_host_);
+    for (const XmlElement& header : root.Children()) {
+      AppendTransliterated(text, SerializeXml(header));
+    }
     XmlElement& body = root.AppendChild(document.CreateElement("SyncBody"));
     NumberCommands();
+    constexpr std::string_view kBodyStart = "<SyncBody>";
+    const size_t body_at = text.size();
+    text.append(kBodyStart);
+    TextOfCommands commands(text);
+    body.StreamChildren(commands);
 
     // A collection that fails has told about it; the file is still written.
     // The status and alert collections hand back their text instead, which
@@ -368,11 +517,17 @@ bool clZVUpDownFile::CreateUpFile(std::string_view path) {
     ReplaceOpeningTimeCol().CreateXMLSource(document, body);
     const std::string alert_error = AlertCol().CreateXMLSource(document, body);
     if (!alert_error.empty()) LogLine(alert_error);
-
-    // The tree is not needed once the text is made; letting it go first keeps
-    // a large message from being held three times (tree, text, code page).
-    const std::string text = ComposeMessageText(document.DocumentElement(), service_host_);
+    body.FlushChildren();
     owned.reset();
+
+    if (text.size() == body_at + kBodyStart.size()) {
+      // A body without commands is an empty element.
+      text.resize(body_at);
+      text.append("<SyncBody/>");
+    } else {
+      text.append("</SyncBody>");
+    }
+    text.append("</SyncML>\r\n");
     file_system_.WriteTextFile(path, text);
     return true;
   } catch (...) {

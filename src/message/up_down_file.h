@@ -28,15 +28,21 @@ namespace kdzv {
 class clZVUpDownFile {
  public:
   static constexpr std::string_view kModule = "clZVUpDownFile";
+  static constexpr size_t kMaxHeldReportBytes = size_t{4} * 1024 * 1024;
 
   // `parser` reads received files, `file_system` writes the component's;
   // `service_host` is the web host of the message namespace.
   clZVUpDownFile(XmlParser& parser, FileSystem& file_system, std::string service_host);
 
-  // Reads the file at `path`. True when it was loaded, had the root
-  // "SyncML" and all its children were walked (single bad commands are
-  // reported and skipped); false when it could not be loaded or has
-  // another root.
+  // Reads the file at `path`, one command at a time. True when it was
+  // loaded, had the root "SyncML" and all its children were walked (single
+  // bad commands are reported and skipped); false when it could not be
+  // loaded, was too large or has another root. Nothing is logged or shown
+  // about its content before the file is known to be well-formed to its end.
+  //
+  // The file is read once; a file that makes so many reports that holding
+  // them would cost more than kMaxHeldReportBytes is checked to its end and
+  // then read a second time, reporting as it goes.
   bool AnalyzeDownFile(std::string_view path);
 
   // Numbers the commands 1, 2, 3 ... (statuses first) and writes the
@@ -75,10 +81,12 @@ class clZVUpDownFile {
   const std::string& FileName() const { return file_name_; }
 
  private:
+  class Reading;
+
   void ReleaseReceived();
   void ReadHeader(const XmlElement& header);
   void ReadLocation(const XmlElement& location, clZVSourceTargetItem& item);
-  void ReadBody(const XmlElement& body);
+  void ReadCommand(const XmlElement& command);
   bool pAnalyzeAddReplaceNode(const XmlElement& command);
   void ReadTermin(const XmlElement& vevent, clZVTermin& termin);
   void ReadGet(const XmlElement& get);

@@ -119,8 +119,17 @@ XmlElement::ChildList& XmlElement::Children() {
   return *children_;
 }
 
+void XmlElement::StreamChildren(XmlChildStream& stream) { Children().stream = &stream; }
+
+void XmlElement::FlushChildren() {
+  if (!children_ || children_->stream == nullptr) return;
+  for (XmlElement& child : *children_) children_->stream->Take(std::move(child));
+  children_->clear();
+}
+
 XmlElement& XmlElement::AppendChild(XmlElement child) {
   child.text_offset_ = text_.size();
+  FlushChildren();
   ChildList& children = Children();
   children.push_back(std::move(child));
   return children.back();

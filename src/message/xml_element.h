@@ -19,12 +19,25 @@
 
 namespace kdzv {
 
+class XmlElement;
+
+// Takes the children of a streamed element (see XmlElement::StreamChildren)
+// once they are complete.
+class XmlChildStream {
+ public:
+  virtual ~XmlChildStream() = default;
+  virtual void Take(XmlElement child) = 0;
+};
+
 class XmlElement {
  public:
   // The children of an element: a list that grows in small blocks (never by
   // moving everything into a buffer of twice the size) and keeps every
-  // element where it was put.
-  using ChildList = std::deque<XmlElement>;
+  // element where it was put; for a streamed element, where its children
+  // go once complete.
+  struct ChildList : std::deque<XmlElement> {
+    XmlChildStream* stream = nullptr;
+  };
 
   XmlElement() = default;
   explicit XmlElement(std::string name) : name_(std::move(name)) {}
@@ -53,6 +66,15 @@ class XmlElement {
   // Appends `child` after the existing children and returns the stored
   // element, which stays where it is while more children are appended.
   XmlElement& AppendChild(XmlElement child);
+
+  // From now on, appending a child first hands every child appended before
+  // it to `stream` (they are complete: children are filled in document
+  // order) and lets go of it. A message being written thus holds one
+  // command's elements at a time. References to earlier children become
+  // invalid when the next child is appended.
+  void StreamChildren(XmlChildStream& stream);
+  // Hands the children still held to the stream.
+  void FlushChildren();
 
   // The children in document order (an empty list for an element without).
   const ChildList& Children() const;

@@ -1,140 +1,333 @@
 #include "message/xml_parser.h"
 
-#include <cstdint>
+#include <algorithm>
+#include <array>
+#include <cstring>
 #include <utility>
 
 namespace kdzv {
 
 namespace {
 
-bool ContainsWide(std::string_view bytes, std::string_view ascii, bool big_endian) {
-  std::string wide;
-  wide.reserve(ascii.size() * 2);
-  for (char c : ascii) {
-    if (big_endian) wide.push_back('\0');
-    wide.push_back(c);
-    if (!big_endian) wide.push_back('\0');
-  }
-  return bytes.find(wide) != std::string_view::npos;
-}
+// "<!DOCTYPE" as single bytes and in UTF-16 of either byte order.
+constexpr std::string_view kDoctype = "<!DOCTYPE";
+constexpr char kDoctypeLittle[] = "<\0!\0D\0O\0C\0T\0Y\0P\0E\0";
+constexpr char kDoctypeBig[] = "\0<\0!\0D\0O\0C\0T\0Y\0P\0E";
+constexpr std::string_view kDoctypeWide[] = {std::string_view(kDoctypeLittle, 18),
+                                             std::string_view(kDoctypeBig, 18)};
+// The longest of them, less one: what a chunk keeps of its end for the next.
+constexpr size_t kDoctypeTail = 17;
 
-// The characters of a file as single bytes, whatever its encoding: ASCII
-// stays, anything else becomes 'x'. XML's markup is all ASCII, so this is
-// enough to find tags in UTF-8 and 8-bit files and, read in code units of
-// two or four bytes, in UTF-16 and UTF-32 files of either byte order.
-std::string MarkupCharacters(std::string_view bytes) {
-  const auto at = [&bytes](size_t i) { return static_cast<unsigned char>(bytes[i]); };
-  size_t width = 1;
-  bool big_endian = false;
-  if (bytes.size() >= 4 && at(0) == 0 && at(1) == 0 && (at(2) == 0xFE || at(3) == '<')) {
-    width = 4;
-    big_endian = true;
-  } else if (bytes.size() >= 4 && at(2) == 0 && at(3) == 0 && (at(0) == 0xFF || at(0) == '<') &&
-             at(1) != 0xFE) {
-    width = 4;
-  } else if (bytes.size() >= 2 && ((at(0) == 0xFE && at(1) == 0xFF) || (at(0) == 0 && at(1) == '<'))) {
-    width = 2;
-    big_endian = true;
-  } else if (bytes.size() >= 2 && ((at(0) == 0xFF && at(1) == 0xFE) || (at(0) == '<' && at(1) == 0))) {
-    width = 2;
-  }
-  std::string out;
-  out.reserve(bytes.size() / width);
-  for (size_t i = 0; i + width <= bytes.size(); i += width) {
-    uint32_t unit = 0;
-    for (size_t k = 0; k < width; ++k) {
-      const size_t byte = big_endian ? i + k : i + width - 1 - k;
-      unit = (unit << 8) | at(byte);
-    }
-    out.push_back(unit < 0x80 ? static_cast<char>(unit) : 'x');
-  }
-  return out;
-}
-
-// Whether some start tag carries more than kMaxAttributes attributes,
-// counted as the "=" signs outside quoted values, found the way a parser
-// finds them: comments, CDATA sections, processing instructions and
-// declarations are skipped whole.
-bool HasCrowdedTag(std::string_view bytes) {
-  const std::string text = MarkupCharacters(bytes);
-  const auto skip_to = [&text](size_t from, std::string_view end) {
-    const size_t found = text.find(end, from);
-    return found == std::string::npos ? text.size() : found + end.size();
-  };
-  size_t i = 0;
-  while (i < text.size()) {
-    const size_t open = text.find('<', i);
-    if (open == std::string::npos) break;
-    const std::string_view rest = std::string_view(text).substr(open);
-    if (rest.substr(0, 4) == "<!--") {
-      i = skip_to(open + 4, "-->");
-    } else if (rest.substr(0, 9) == "<![CDATA[") {
-      i = skip_to(open + 9, "]]>");
-    } else if (rest.substr(0, 2) == "<?") {
-      i = skip_to(open + 2, "?>");
-    } else if (rest.substr(0, 2) == "<!") {
-      i = skip_to(open + 2, ">");
-    } else {
-      // A start or end tag: "=" outside quotes, up to its ">".
-      size_t equals = 0;
-      char quote = 0;
-      size_t j = open + 1;
-      for (; j < text.size(); ++j) {
-        const char c = text[j];
-        if (quote != 0) {
-          if (c == quote) quote = 0;
-        } else if (c == '"' || c == '\'') {
-          quote = c;
-        } else if (c == '=') {
-          if (++equals > xml_limits::kMaxAttributes) return true;
-        } else if (c == '>' || c == '<') {
-          break;
-        }
-      }
-      i = j < text.size() && text[j] == '>' ? j + 1 : j;
-    }
+bool ContainsDoctype(std::string_view bytes) {
+  if (bytes.find(kDoctype) != std::string_view::npos) return true;
+  for (std::string_view wide : kDoctypeWide) {
+    if (bytes.find(wide) != std::string_view::npos) return true;
   }
   return false;
 }
 
+// Whether a keyword lies wholly within `chunk`. Every form of it has "!"
+// at a fixed place, and "!" is rare in a message, so the search goes from
+// one "!" to the next.
+bool ContainsDoctypeWithin(std::string_view chunk) {
+  const char* const begin = chunk.data();
+  const char* const end = begin + chunk.size();
+  const auto matches_at = [&](const char* bang, size_t before, std::string_view form) {
+    if (static_cast<size_t>(bang - begin) < before) return false;
+    const char* start = bang - before;
+    return static_cast<size_t>(end - start) >= form.size() &&
+           std::memcmp(start, form.data(), form.size()) == 0;
+  };
+  for (const char* bang = begin; bang < end;) {
+    bang = static_cast<const char*>(std::memchr(bang, '!', static_cast<size_t>(end - bang)));
+    if (bang == nullptr) break;
+    if (matches_at(bang, 1, kDoctype) || matches_at(bang, 2, kDoctypeWide[0]) ||
+        matches_at(bang, 3, kDoctypeWide[1])) {
+      return true;
+    }
+    ++bang;
+  }
+  return false;
+}
+
+constexpr std::string_view kCdataRest = "CDATA[";
+
+// The characters that matter inside a tag.
+constexpr auto kTagMarks = [] {
+  std::array<bool, 256> marks{};
+  for (unsigned char c : std::string_view("\"'=<>")) marks[c] = true;
+  return marks;
+}();
+
+// Builds the whole tree.
+class TreeSink : public XmlStreamSink {
+ public:
+  Take Open(std::string_view /*name*/, size_t /*depth*/) override { return Take::kBuild; }
+  void Element(XmlElement element, size_t /*depth*/) override { root = std::move(element); }
+  std::optional<XmlElement> root;
+};
+
 }  // namespace
+
+// ---------------------------------------------------------------------------
+// RawMessageCheck
+
+bool RawMessageCheck::DoctypeAcrossChunks(std::string_view chunk) {
+  // A keyword cut by the border between the last chunk and this one.
+  std::string border = tail_;
+  border.append(chunk.substr(0, kDoctypeTail));
+  if (ContainsDoctype(border)) return true;
+  if (chunk.size() >= kDoctypeTail) {
+    tail_.assign(chunk.substr(chunk.size() - kDoctypeTail));
+  } else {
+    tail_.append(chunk);
+    if (tail_.size() > kDoctypeTail) tail_.erase(0, tail_.size() - kDoctypeTail);
+  }
+  return false;
+}
+
+// One character of the markup, as a parser would find it: ASCII stays,
+// anything else stands as 'x'. False when a start tag has too many
+// attributes.
+bool RawMessageCheck::Unit(uint32_t unit) {
+  const char c = unit < 0x80 ? static_cast<char>(unit) : 'x';
+  switch (state_) {
+    case State::kText:
+      if (c == '<') state_ = State::kOpen;
+      return true;
+    case State::kOpen:
+      if (c == '?') {
+        state_ = State::kInstruction;
+        matched_ = 0;
+        return true;
+      }
+      if (c == '!') {
+        state_ = State::kBang;
+        return true;
+      }
+      state_ = State::kTag;
+      quote_ = 0;
+      equals_ = 0;
+      return Unit(unit);
+    case State::kBang:
+      if (c == '-') {
+        state_ = State::kBangDash;
+      } else if (c == '[') {
+        state_ = State::kCdataOpen;
+        matched_ = 0;
+      } else {
+        state_ = State::kDeclaration;
+        return Unit(unit);
+      }
+      return true;
+    case State::kBangDash:
+      if (c == '-') {
+        state_ = State::kComment;
+        matched_ = 0;
+        return true;
+      }
+      state_ = State::kDeclaration;
+      return Unit(unit);
+    case State::kCdataOpen:
+      if (c == kCdataRest[matched_]) {
+        if (++matched_ == kCdataRest.size()) {
+          state_ = State::kCdata;
+          matched_ = 0;
+        }
+        return true;
+      }
+      // Not a CDATA section after all: a declaration, which ends at ">".
+      state_ = State::kDeclaration;
+      return Unit(unit);
+    case State::kComment:
+    case State::kCdata: {
+      // Up to "-->" or "]]>".
+      const char mark = state_ == State::kComment ? '-' : ']';
+      if (c == mark) {
+        matched_ = std::min<size_t>(matched_ + 1, 2);
+      } else if (c == '>' && matched_ == 2) {
+        state_ = State::kText;
+      } else {
+        matched_ = 0;
+      }
+      return true;
+    }
+    case State::kInstruction:
+      if (c == '>' && matched_ == 1) {
+        state_ = State::kText;
+      } else {
+        matched_ = c == '?' ? 1 : 0;
+      }
+      return true;
+    case State::kDeclaration:
+      if (c == '>') state_ = State::kText;
+      return true;
+    case State::kTag:
+      if (c == '"' || c == '\'') {
+        quote_ = c;
+        state_ = State::kQuoted;
+      } else if (c == '=') {
+        if (++equals_ > xml_limits::kMaxAttributes) return false;
+      } else if (c == '>') {
+        state_ = State::kText;
+      } else if (c == '<') {
+        state_ = State::kOpen;
+      }
+      return true;
+    case State::kQuoted:
+      if (c == quote_) state_ = State::kTag;
+      return true;
+  }
+  return true;
+}
+
+bool RawMessageCheck::Feed(std::string_view chunk) {
+  if (refused_) return false;
+  if (chunk.empty()) return true;
+  if (ContainsDoctypeWithin(chunk) || DoctypeAcrossChunks(chunk) || !Scan(chunk)) {
+    refused_ = true;
+    return false;
+  }
+  return true;
+}
+
+bool RawMessageCheck::Scan(std::string_view chunk) {
+  std::string first;
+  if (width_ == 0) {
+    // The width and byte order of a code unit, from the first four bytes:
+    // a byte order mark or the "<" that an XML document starts with.
+    partial_.append(chunk);
+    if (partial_.size() < 4) return true;  // too short to hold a crowded tag
+    const auto at = [this](size_t i) { return static_cast<unsigned char>(partial_[i]); };
+    width_ = 1;
+    if (at(0) == 0 && at(1) == 0 && (at(2) == 0xFE || at(3) == '<')) {
+      width_ = 4;
+      big_endian_ = true;
+    } else if (at(2) == 0 && at(3) == 0 && (at(0) == 0xFF || at(0) == '<') && at(1) != 0xFE) {
+      width_ = 4;
+    } else if ((at(0) == 0xFE && at(1) == 0xFF) || (at(0) == 0 && at(1) == '<')) {
+      width_ = 2;
+      big_endian_ = true;
+    } else if ((at(0) == 0xFF && at(1) == 0xFE) || (at(0) == '<' && at(1) == 0)) {
+      width_ = 2;
+    }
+    // The bytes kept while deciding are the first to be scanned.
+    first = std::move(partial_);
+    partial_.clear();
+    chunk = first;
+  }
+
+  std::string_view rest = chunk;
+  if (width_ == 1) {
+    const char* p = rest.data();
+    const char* const end = p + rest.size();
+    while (p < end) {
+      // The common states skip what cannot change them in tight loops.
+      if (state_ == State::kText) {
+        p = static_cast<const char*>(std::memchr(p, '<', static_cast<size_t>(end - p)));
+        if (p == nullptr) break;
+      } else if (state_ == State::kQuoted) {
+        p = static_cast<const char*>(std::memchr(p, quote_, static_cast<size_t>(end - p)));
+        if (p == nullptr) break;
+      } else if (state_ == State::kTag) {
+        while (p < end && !kTagMarks[static_cast<unsigned char>(*p)]) ++p;
+        if (p == end) break;
+      }
+      if (!Unit(static_cast<unsigned char>(*p))) return false;
+      ++p;
+    }
+    return true;
+  }
+
+  // Wider code units: complete the one cut by the last chunk first.
+  std::string joined;
+  if (!partial_.empty()) {
+    joined = std::move(partial_);
+    partial_.clear();
+    joined.append(rest);
+    rest = joined;
+  }
+  size_t i = 0;
+  for (; i + width_ <= rest.size(); i += width_) {
+    uint32_t unit = 0;
+    for (size_t k = 0; k < width_; ++k) {
+      const size_t byte = big_endian_ ? i + k : i + width_ - 1 - k;
+      unit = (unit << 8) | static_cast<unsigned char>(rest[byte]);
+    }
+    if (!Unit(unit)) return false;
+  }
+  partial_.assign(rest.substr(i));
+  return true;
+}
 
 bool CheckRawMessage(std::string_view bytes) {
   if (bytes.size() > xml_limits::kMaxFileBytes) return false;
-  constexpr std::string_view kDoctype = "<!DOCTYPE";
-  if (bytes.find(kDoctype) != std::string_view::npos) return false;
-  if (ContainsWide(bytes, kDoctype, false) || ContainsWide(bytes, kDoctype, true)) return false;
-  return !HasCrowdedTag(bytes);
+  return RawMessageCheck().Feed(bytes);
 }
 
+// ---------------------------------------------------------------------------
+// XmlTreeBuilder
+
 bool XmlTreeBuilder::StartElement(std::string_view name) {
-  if (root_ || open_.size() >= xml_limits::kMaxDepth) return false;
-  open_.emplace_back(std::string(name));
+  if (done_ || levels_.size() >= xml_limits::kMaxDepth) return false;
+  using Take = XmlStreamSink::Take;
+  Take take = Take::kBuild;
+  if (levels_.empty() || levels_.back().take == Take::kStream) {
+    if (sink_ != nullptr) take = sink_->Open(name, levels_.size() + 1);
+  } else {
+    take = levels_.back().take;
+  }
+  levels_.push_back(Level{take, 0});
+  if (take == Take::kBuild) open_.emplace_back(std::string(name));
   return true;
 }
 
 bool XmlTreeBuilder::Characters(std::string_view text) {
-  if (open_.empty()) return true;
-  XmlElement& current = open_.back();
-  if (current.OwnText().size() + text.size() > xml_limits::kMaxTextBytes) return false;
-  current.AppendText(text);
+  if (levels_.empty()) return true;
+  Level& current = levels_.back();
+  if (current.text_bytes + text.size() > xml_limits::kMaxTextBytes) return false;
+  current.text_bytes += text.size();
+  if (current.take == XmlStreamSink::Take::kBuild) open_.back().AppendText(text);
   return true;
 }
 
 void XmlTreeBuilder::EndElement() {
-  if (open_.empty()) return;
-  XmlElement done = std::move(open_.back());
+  if (levels_.empty()) return;
+  using Take = XmlStreamSink::Take;
+  const Take take = levels_.back().take;
+  levels_.pop_back();
+  if (levels_.empty()) done_ = true;
+  if (take != Take::kBuild) return;
+  XmlElement element = std::move(open_.back());
   open_.pop_back();
-  if (open_.empty()) {
-    root_ = std::move(done);
+  if (!levels_.empty() && levels_.back().take == Take::kBuild) {
+    open_.back().AppendChild(std::move(element));
+  } else if (sink_ != nullptr) {
+    sink_->Element(std::move(element), levels_.size() + 1);
   } else {
-    open_.back().AppendChild(std::move(done));
+    root_ = std::move(element);
   }
 }
 
 std::optional<XmlElement> XmlTreeBuilder::Finish() {
-  if (!open_.empty()) return std::nullopt;
+  if (!done_) return std::nullopt;
   return std::move(root_);
+}
+
+// ---------------------------------------------------------------------------
+// XmlParser
+
+std::optional<XmlElement> XmlParser::ParseFile(const std::string& path) {
+  TreeSink sink;
+  uint64_t file_bytes = 0;
+  if (ReadFile(path, sink, file_bytes) != XmlReadResult::kRead) return std::nullopt;
+  return std::move(sink.root);
+}
+
+std::optional<XmlElement> XmlParser::ParseBytes(std::string_view bytes) {
+  TreeSink sink;
+  if (ReadBytes(bytes, sink) != XmlReadResult::kRead) return std::nullopt;
+  return std::move(sink.root);
 }
 
 }  // namespace kdzv

@@ -1,8 +1,16 @@
-// The XML parser port: turns a message file into the element tree of
-// message/xml_element.h. One adapter per platform (libxml2 on Linux, the
-// system's DOM on Windows); both build the tree through XmlTreeBuilder and
-// check the raw bytes with CheckRawMessage first, so the two accept and
-// reject exactly the same documents.
+// The XML parser port: reads a message file as a stream of elements. One
+// adapter per platform (libxml2's SAX2 interface on Linux, the SAX2 reader
+// of the system's XML library on Windows); both pass every chunk of the raw
+// bytes through RawMessageCheck before their parser sees it and feed the
+// parser's events to XmlTreeBuilder, so the two accept and refuse exactly
+// the same documents.
+//
+// A reader never holds a whole message as a tree: it tells, element by
+// element, which elements it wants built whole (a command, the header),
+// which it wants streamed (their children handed over one at a time) and
+// which it does not want at all (checked, then forgotten). ParseFile and
+// ParseBytes build the whole tree for the callers that want one (tests,
+// tools).
 //
 // A message file comes from another program, never from the network, but it
 // is still treated as untrusted input: a document type declaration is
@@ -13,6 +21,7 @@
 #define KDZV_MESSAGE_XML_PARSER_H_
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -23,13 +32,11 @@
 namespace kdzv {
 
 namespace xml_limits {
-// The largest message file that is read at all. Reading takes at its peak
-// up to about 22 times a file's size (a file of nothing but empty elements:
-// 4 bytes each, a tree element of 80 bytes each), an ordinary message about
-// 10 times: 16 MiB keeps the worst case near 370 MB, which a 32-bit host
-// process can give, and holds some 16 000 appointments with customer,
-// calendar and attributes.
-inline constexpr size_t kMaxFileBytes = size_t{16} * 1024 * 1024;
+// The largest message file that is read at all: a slow sync of a large
+// practice's whole calendar (some 130 000 to 235 000 appointments). A reader
+// holds one command as a tree at a time, so its memory follows the items it
+// makes, not the file's size; see the README's limits for the peaks.
+inline constexpr uint64_t kMaxFileBytes = uint64_t{128} * 1024 * 1024;
 // The deepest nesting of elements (the document element is level 1). A
 // message needs 6 levels (SyncML, SyncBody, Add, VEvent, Attribute, Value).
 inline constexpr size_t kMaxDepth = 32;
@@ -42,46 +49,131 @@ inline constexpr size_t kMaxTextBytes = size_t{1024} * 1024;
 inline constexpr size_t kMaxAttributes = 64;
 }  // namespace xml_limits
 
+// Takes the elements of a document as they are read.
+class XmlStreamSink {
+ public:
+  // How an element is handed over.
+  enum class Take {
+    kBuild,   // built whole, with everything below it, and given to Element()
+    kStream,  // not built: Open() is asked about each of its children
+    kSkip,    // checked against the limits and forgotten, children and all
+  };
+
+  virtual ~XmlStreamSink() = default;
+
+  // An element at `depth` (the document element is 1) whose parent is
+  // streamed (or, for the document element, the document itself) starts.
+  virtual Take Open(std::string_view name, size_t depth) = 0;
+  // An element that Open() wanted built, complete.
+  virtual void Element(XmlElement element, size_t depth) = 0;
+};
+
+// What reading a file came to.
+enum class XmlReadResult {
+  kRead,        // well-formed to its end and within every limit
+  kUnreadable,  // missing, not a regular file, not well-formed, or refused
+  kTooLarge,    // larger than xml_limits::kMaxFileBytes; nothing was parsed
+};
+
 class XmlParser {
  public:
   virtual ~XmlParser() = default;
 
-  // Reads the whole file at `path` synchronously. The document element, or
-  // nothing when the file cannot be read, is not well-formed XML, declares a
-  // document type, or exceeds a limit.
-  virtual std::optional<XmlElement> ParseFile(const std::string& path) = 0;
-
+  // Reads the file at `path` synchronously, in chunks, handing its elements
+  // to `sink` as they are read. `file_bytes` is set to the file's size when
+  // it could be found out. The sink may have been given elements also when
+  // the result is not kRead: a document can turn out to be broken after
+  // its first commands.
+  virtual XmlReadResult ReadFile(const std::string& path, XmlStreamSink& sink,
+                                 uint64_t& file_bytes) = 0;
   // The same for a document held in memory (the bytes of a file).
-  virtual std::optional<XmlElement> ParseBytes(std::string_view bytes) = 0;
+  virtual XmlReadResult ReadBytes(std::string_view bytes, XmlStreamSink& sink) = 0;
+
+  // The whole tree: the document element, or nothing when the file cannot
+  // be read, is not well-formed XML, declares a document type, or exceeds a
+  // limit.
+  std::optional<XmlElement> ParseFile(const std::string& path);
+  std::optional<XmlElement> ParseBytes(std::string_view bytes);
 };
 
-// Whether the raw bytes of a file may be handed to a parser at all: not
-// larger than kMaxFileBytes, without a document type declaration, in
+// Whether the raw bytes of a file may be handed to a parser, checked chunk
+// by chunk as they are read: without a document type declaration, in
 // whichever of the encodings an XML file can be written ("<!DOCTYPE" as
 // single bytes, UTF-8, or UTF-16 in either byte order), and with no start
 // tag of more than kMaxAttributes attributes (counted as the "=" signs
-// outside quotes between "<" and ">"; in UTF-16 the same bytes stand for
-// them). One pass over the bytes.
+// outside quotes between "<" and ">", comments, CDATA sections, processing
+// instructions and declarations skipped whole; in UTF-16 and UTF-32 the
+// same characters in code units of their width). A chunk that fails must not
+// reach the parser; what passed before it tells the parser nothing it could
+// act on, since a declaration or a tag is only parsed once it is complete.
+class RawMessageCheck {
+ public:
+  // False once the bytes seen so far, `chunk` included, are refused.
+  bool Feed(std::string_view chunk);
+
+ private:
+  enum class State : uint8_t { kText, kOpen, kBang, kBangDash, kCdataOpen, kTag, kQuoted,
+                               kComment, kCdata, kInstruction, kDeclaration };
+
+  bool DoctypeAcrossChunks(std::string_view chunk);
+  bool Scan(std::string_view chunk);
+  bool Unit(uint32_t unit);
+
+  bool refused_ = false;
+  // The width of a code unit in bytes (0 until the first four bytes are
+  // known) and its byte order.
+  size_t width_ = 0;
+  bool big_endian_ = false;
+  // The first bytes until the width is known; then the bytes of a code unit
+  // cut by the end of the last chunk.
+  std::string partial_;
+  // The last bytes of the previous chunk, for a keyword cut in two.
+  std::string tail_;
+  State state_ = State::kText;
+  // Characters matched of "<![CDATA[" or of a closing sequence.
+  size_t matched_ = 0;
+  char quote_ = 0;
+  size_t equals_ = 0;
+};
+
+// Whether a whole file's bytes may be handed to a parser: not larger than
+// kMaxFileBytes, and accepted by RawMessageCheck.
 bool CheckRawMessage(std::string_view bytes);
 
-// Builds the element tree from the events of a streaming parser and
-// enforces the depth and text limits. The adapters feed it names and
-// character data as UTF-8.
+// Builds elements from the events of a streaming parser and enforces the
+// depth and text limits. The adapters feed it names and character data as
+// UTF-8. Without a sink it builds the whole tree, which Finish() answers;
+// with one it hands elements over as the sink asks.
 class XmlTreeBuilder {
  public:
-  // False when the element would exceed the depth limit.
+  XmlTreeBuilder() = default;
+  explicit XmlTreeBuilder(XmlStreamSink& sink) : sink_(&sink) {}
+
+  // False when the element would exceed the depth limit or is a second
+  // document element.
   bool StartElement(std::string_view name);
   // False when the character data of the open element exceeds its limit.
   // Character data outside the document element is ignored.
   bool Characters(std::string_view text);
   void EndElement();
 
-  // The document element once it has been closed.
+  // Whether the document element has been closed.
+  bool Done() const { return done_; }
+  // The document element once it has been closed (built without a sink).
   std::optional<XmlElement> Finish();
 
  private:
-  std::vector<XmlElement> open_;  // the open elements, outermost first
+  // One open element: how it is taken and how much text it has.
+  struct Level {
+    XmlStreamSink::Take take;
+    size_t text_bytes;
+  };
+
+  XmlStreamSink* sink_ = nullptr;
+  std::vector<Level> levels_;     // every open element, outermost first
+  std::vector<XmlElement> open_;  // the open elements being built
   std::optional<XmlElement> root_;
+  bool done_ = false;
 };
 
 }  // namespace kdzv

@@ -107,6 +107,21 @@ TEST(ParseScenarioTest, EveryDirective) {
   EXPECT_EQ(s.steps[7].line, 34);
 }
 
+TEST(ParseScenarioTest, SendAppointmentsMakesASendOfThatMany) {
+  const Scenario s = Parsed("scenario many\nhold 5\nreceive\nend\nsend-appointments 1200\n");
+  ASSERT_EQ(s.steps.size(), 2u);
+  EXPECT_EQ(s.steps[1].kind, StepKind::kSend);
+  EXPECT_EQ(s.steps[1].appointments, 1200);
+  EXPECT_EQ(s.steps[1].hold_ms, 5);
+  EXPECT_EQ(s.steps[1].line, 5);
+  EXPECT_EQ(ErrorOf("scenario many\nreceive\nend\nsend-appointments 0\n"),
+            "scenario line 4: send-appointments needs a whole number of appointments from 1 to "
+            "250000");
+  EXPECT_EQ(ErrorOf("scenario many\nsend-appointments 5\n"),
+            "scenario line 2: send-appointments before the first receive (the session is not "
+            "known yet)");
+}
+
 TEST(ParseScenarioTest, Defaults) {
   const Scenario s = Parsed("scenario d\nreceive\nend\nsend\nend\n");
   EXPECT_TRUE(s.about.empty());

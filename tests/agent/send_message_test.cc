@@ -20,6 +20,21 @@ TEST(SendMessageTest, WrapsTheLinesIntoSyncBody) {
   EXPECT_EQ(WrapBody({}, kValues), "<SyncBody></SyncBody>");
 }
 
+TEST(SendMessageTest, AppointmentLinesAreOneAddALineThenFinal) {
+  const std::vector<std::string> lines = AppointmentLines(45);
+  ASSERT_EQ(lines.size(), 46u);
+  EXPECT_EQ(lines.back(), "<Final/>");
+  EXPECT_EQ(lines[0].rfind("<Add><CmdID>1</CmdID><VEvent><Source>ZV-1</Source>"
+                           "<DTStart>20250101T060000Z</DTStart><DTEnd>20250101T062500Z</DTEnd>",
+                           0),
+            0u);
+  // The 21st is the first of the next day; the 40th the last of it.
+  EXPECT_NE(lines[20].find("<DTStart>20250102T060000Z</DTStart>"), std::string::npos);
+  EXPECT_NE(lines[39].find("<DTStart>20250102T153000Z</DTStart><DTEnd>20250102T155500Z"),
+            std::string::npos);
+  EXPECT_EQ(CountCommands(WrapBody(lines, kValues)), 45);
+}
+
 TEST(SendMessageTest, AWholeMessage) {
   EXPECT_EQ(BuildMessage({"<Add><CmdID>1</CmdID></Add>", "<Final/>"}, kValues, 4),
             "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"

@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "exchange/exchange_harness.h"
+#include "message/xml_parser.h"
 #include "support/file_holder.h"
 #include "support/golden.h"
 
@@ -192,6 +193,33 @@ TEST(ExchangeTest, AnUnreadableMessageIsShownAndPutAway) {
   EXPECT_EQ(h.ui.boxes[0].style, msgbox::kCritical);
   EXPECT_TRUE(std::filesystem::exists(h.Depot("HX1_2.xml")));
   EXPECT_EQ(h.Interface().SessionInfo().MsgID, 2);
+}
+
+TEST(ExchangeTest, ATooLargeMessageIsReportedInItsOwnWordsThenAsUnreadable) {
+  ExchangeHarness h;
+  const uint64_t too_large = xml_limits::kMaxFileBytes + 1;
+  EXPECT_EQ(h.Run({{"HX1_1.xml", "HX1_2.xml", std::string(too_large, ' ')}}), ZV_Error_Cancel);
+  const std::string path = h.Down("HX1_2.xml");
+  const std::string own_words = "Die Download-Datei ist zu gro\xC3\x9F (134217729 Bytes, "
+                                "h\xC3\xB6" "chstens 134217728 Bytes): " + path;
+  // The reader's box, then the intake's.
+  ASSERT_EQ(h.process.ui.boxes.size(), 1u);
+  EXPECT_EQ(h.process.ui.boxes[0].text, own_words);
+  EXPECT_EQ(h.process.ui.boxes[0].style, msgbox::kOkOnly);
+  ASSERT_EQ(h.ui.boxes.size(), 1u);
+  EXPECT_EQ(h.ui.boxes[0].text, "Probleme mit der Download-Datei: " + path);
+  EXPECT_EQ(h.ui.boxes[0].style, msgbox::kCritical);
+  const std::string log = h.LogText();
+  const size_t reported = log.find(own_words);
+  const size_t unreadable =
+      log.find("(AnalyzeOrderFile) --> Achtung: Fehler beim Lesen der Datei: " + path);
+  const size_t problems = log.find("Probleme mit der Download-Datei!");
+  ASSERT_NE(reported, std::string::npos);
+  ASSERT_NE(unreadable, std::string::npos);
+  ASSERT_NE(problems, std::string::npos);
+  EXPECT_LT(reported, unreadable);
+  EXPECT_LT(unreadable, problems);
+  EXPECT_TRUE(std::filesystem::exists(h.Depot("HX1_2.xml")));
 }
 
 TEST(ExchangeTest, AnEmptyDepotPathDeletesProcessedFiles) {

@@ -21,11 +21,13 @@ namespace {
 // Hands the fuzzer's bytes to the reader as if they were the file's.
 class BytesParser : public kdzv::XmlParser {
  public:
-  std::optional<kdzv::XmlElement> ParseFile(const std::string&) override {
-    return inner_.ParseBytes(bytes);
+  kdzv::XmlReadResult ReadFile(const std::string&, kdzv::XmlStreamSink& sink,
+                               uint64_t& file_bytes) override {
+    file_bytes = bytes.size();
+    return inner_.ReadBytes(bytes, sink);
   }
-  std::optional<kdzv::XmlElement> ParseBytes(std::string_view data) override {
-    return inner_.ParseBytes(data);
+  kdzv::XmlReadResult ReadBytes(std::string_view data, kdzv::XmlStreamSink& sink) override {
+    return inner_.ReadBytes(data, sink);
   }
   std::string_view bytes;
 

@@ -62,6 +62,54 @@ TEST(CheckRawMessageTest, SizeLimit) {
 }
 
 // ---------------------------------------------------------------------------
+// RawMessageCheck, fed in chunks
+
+// Whether `bytes` pass when fed in two chunks split at every place, and
+// byte by byte; fails the test when the ways disagree with the whole.
+bool PassesInEveryCut(const std::string& bytes) {
+  const bool whole = RawMessageCheck().Feed(bytes);
+  for (size_t cut = 0; cut <= bytes.size(); ++cut) {
+    RawMessageCheck check;
+    const bool first = check.Feed(std::string_view(bytes).substr(0, cut));
+    const bool second = check.Feed(std::string_view(bytes).substr(cut));
+    EXPECT_EQ(first && second, whole) << "cut at " << cut;
+  }
+  RawMessageCheck single;
+  bool bytewise = true;
+  for (char c : bytes) bytewise = single.Feed(std::string_view(&c, 1)) && bytewise;
+  EXPECT_EQ(bytewise, whole) << "byte by byte";
+  return whole;
+}
+
+std::string Crowded(size_t attributes) {
+  std::string tag = "<a";
+  for (size_t i = 0; i < attributes; ++i) tag += " b" + std::to_string(i) + "='=x'";
+  return tag + ">";
+}
+
+TEST(RawMessageCheckTest, ADocumentTypeDeclarationCutAnywhereFails) {
+  EXPECT_FALSE(PassesInEveryCut("<?xml version=\"1.0\"?><!DOCTYPE a><a/>"));
+  EXPECT_FALSE(PassesInEveryCut("\xFF\xFE" + Utf16("<!DOCTYPE a><a/>", false)));
+  EXPECT_FALSE(PassesInEveryCut("\xFE\xFF" + Utf16("<!DOCTYPE a><a/>", true)));
+  EXPECT_FALSE(PassesInEveryCut("x" + Utf16("<a/><!DOCTYPE a>", true)));
+  EXPECT_TRUE(PassesInEveryCut("<a>&lt;!DOCTYPE <!doctype></a>"));
+}
+
+TEST(RawMessageCheckTest, ACrowdedTagCutAnywhereFails) {
+  EXPECT_FALSE(PassesInEveryCut("<?xml version='1.0'?><!-- a > b ' -->" +
+                                Crowded(xml_limits::kMaxAttributes + 1)));
+  EXPECT_FALSE(PassesInEveryCut(Utf16(Crowded(xml_limits::kMaxAttributes + 1), false)));
+  EXPECT_FALSE(PassesInEveryCut(Utf16(Crowded(xml_limits::kMaxAttributes + 1), true)));
+  EXPECT_TRUE(PassesInEveryCut("<![CDATA[ ' ]]>" + Crowded(xml_limits::kMaxAttributes)));
+  EXPECT_TRUE(PassesInEveryCut(Utf16(Crowded(xml_limits::kMaxAttributes), true)));
+  // Hidden in a comment, a CDATA section or an instruction it is not a tag.
+  const std::string equals(xml_limits::kMaxAttributes + 1, '=');
+  EXPECT_TRUE(PassesInEveryCut("<a><!--" + equals + "--><![CDATA[" + equals + "]]><?p " +
+                               equals + "?><!-" + "-->-" + equals + "--></a>"));
+  EXPECT_FALSE(PassesInEveryCut("<a><![CDAT " + equals + "></a>" + Crowded(65)));
+}
+
+// ---------------------------------------------------------------------------
 // XmlTreeBuilder
 
 TEST(XmlTreeBuilderTest, BuildsElementsWithTextInDocumentOrder) {

@@ -79,6 +79,7 @@ void RegisterWindows1252() {
 
 // What the callbacks share during one parse.
 struct ParseState {
+  explicit ParseState(XmlStreamSink& sink) : builder(sink) {}
   XmlTreeBuilder builder;
   xmlParserCtxtPtr context = nullptr;
   bool refused = false;
@@ -206,6 +207,65 @@ xmlSAXHandler MakeHandler() {
 // and the lifting of libxml2's own size limits stay off.
 constexpr int kParseOptions = XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING;
 
+// One parse, fed chunk by chunk: every chunk passes the raw check before
+// libxml2 sees it.
+class PushParse {
+ public:
+  explicit PushParse(XmlStreamSink& sink) : handler_(MakeHandler()), state_(sink) {}
+
+  // False once the document is refused or broken; the rest need not come.
+  bool Feed(std::string_view chunk, bool last) {
+    if (failed_) return false;
+    if (!check_.Feed(chunk)) return Fail();
+    if (!context_) {
+      // libxml2 detects the encoding from the first four bytes.
+      const size_t take = std::min(chunk.size(), kEncodingProbeBytes - head_.size());
+      head_.append(chunk.substr(0, take));
+      chunk.remove_prefix(take);
+      if (head_.size() < kEncodingProbeBytes && !last) return true;
+      context_.reset(xmlCreatePushParserCtxt(&handler_, &state_, head_.data(),
+                                             static_cast<int>(head_.size()), nullptr));
+      if (!context_) return Fail();
+      state_.context = context_.get();
+      xmlCtxtUseOptions(context_.get(), kParseOptions);
+    }
+    // libxml2 takes an int's worth at a time.
+    do {
+      const size_t n = std::min(chunk.size(), kChunkBytes);
+      const bool end = last && n == chunk.size();
+      if (xmlParseChunk(context_.get(), chunk.data(), static_cast<int>(n), end ? 1 : 0) !=
+              XML_ERR_OK ||
+          state_.refused) {
+        return Fail();
+      }
+      chunk.remove_prefix(n);
+    } while (!chunk.empty());
+    return true;
+  }
+
+  // After the last chunk: whether the document was read to its end.
+  bool Read() const {
+    // A prefix without a namespace declaration is an error too: the
+    // document is not namespace-well-formed.
+    return !failed_ && context_ && !state_.refused && context_->wellFormed != 0 &&
+           context_->nsWellFormed != 0 && state_.builder.Done();
+  }
+
+ private:
+  bool Fail() {
+    failed_ = true;
+    return false;
+  }
+
+  QuietErrors quiet_;
+  xmlSAXHandler handler_;
+  ParseState state_;
+  RawMessageCheck check_;
+  ContextPtr context_;
+  std::string head_;
+  bool failed_ = false;
+};
+
 }  // namespace
 
 Libxml2Parser::Libxml2Parser() {
@@ -213,62 +273,46 @@ Libxml2Parser::Libxml2Parser() {
   RegisterWindows1252();
 }
 
-std::optional<XmlElement> Libxml2Parser::ParseFile(const std::string& path) {
+XmlReadResult Libxml2Parser::ReadFile(const std::string& path, XmlStreamSink& sink,
+                                      uint64_t& file_bytes) {
   // O_NONBLOCK: a FIFO put where a message file is expected must not hang
   // the open; it is refused below as not being a regular file.
   UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-  if (file.get() < 0) return std::nullopt;
+  if (file.get() < 0) return XmlReadResult::kUnreadable;
   struct stat info {};
-  if (::fstat(file.get(), &info) != 0 || !S_ISREG(info.st_mode)) return std::nullopt;
-  if (static_cast<uintmax_t>(info.st_size) > xml_limits::kMaxFileBytes) return std::nullopt;
+  if (::fstat(file.get(), &info) != 0 || !S_ISREG(info.st_mode)) {
+    return XmlReadResult::kUnreadable;
+  }
+  file_bytes = static_cast<uint64_t>(info.st_size);
+  if (file_bytes > xml_limits::kMaxFileBytes) return XmlReadResult::kTooLarge;
 
-  std::string bytes;
-  bytes.resize(static_cast<size_t>(info.st_size) + 1);
-  size_t used = 0;
+  PushParse parse(sink);
+  std::string buffer(kChunkBytes, '\0');
+  uint64_t total = 0;
   for (;;) {
-    // One byte of room beyond the limit, to notice a file that grew past it.
-    if (used == bytes.size()) {
-      if (used > xml_limits::kMaxFileBytes) return std::nullopt;
-      bytes.resize(std::min(used * 2 + 1, xml_limits::kMaxFileBytes + 1));
-    }
-    const ssize_t n = ::read(file.get(), bytes.data() + used, bytes.size() - used);
+    const ssize_t n = ::read(file.get(), buffer.data(), buffer.size());
     if (n < 0) {
       if (errno == EINTR) continue;
-      return std::nullopt;
+      return XmlReadResult::kUnreadable;
     }
+    total += static_cast<uint64_t>(n);
+    // A file that grew past the limit while it was read.
+    if (total > xml_limits::kMaxFileBytes) return XmlReadResult::kUnreadable;
+    if (!parse.Feed(std::string_view(buffer.data(), static_cast<size_t>(n)), n == 0)) break;
     if (n == 0) break;
-    used += static_cast<size_t>(n);
   }
-  if (used > xml_limits::kMaxFileBytes) return std::nullopt;
-  bytes.resize(used);
-  return ParseBytes(bytes);
+  return parse.Read() ? XmlReadResult::kRead : XmlReadResult::kUnreadable;
 }
 
-std::optional<XmlElement> Libxml2Parser::ParseBytes(std::string_view bytes) {
-  if (!CheckRawMessage(bytes)) return std::nullopt;
-  QuietErrors quiet;
-  xmlSAXHandler handler = MakeHandler();
-  ParseState state;
-  const size_t head = std::min(bytes.size(), kEncodingProbeBytes);
-  ContextPtr context(
-      xmlCreatePushParserCtxt(&handler, &state, bytes.data(), static_cast<int>(head), nullptr));
-  if (context == nullptr) return std::nullopt;
-  state.context = context.get();
-  xmlCtxtUseOptions(context.get(), kParseOptions);
-
-  size_t at = head;
-  for (;;) {
-    const size_t n = std::min(kChunkBytes, bytes.size() - at);
-    const bool last = at + n == bytes.size();
-    const int result =
-        xmlParseChunk(context.get(), bytes.data() + at, static_cast<int>(n), last ? 1 : 0);
-    at += n;
-    if (result != XML_ERR_OK || last || state.refused) break;
-  }
-  // A prefix without a namespace declaration is an error too: the document
-  // is not namespace-well-formed.
-  if (state.refused || !context->wellFormed || !context->nsWellFormed) return std::nullopt;
-  return state.builder.Finish();
+XmlReadResult Libxml2Parser::ReadBytes(std::string_view bytes, XmlStreamSink& sink) {
+  if (bytes.size() > xml_limits::kMaxFileBytes) return XmlReadResult::kTooLarge;
+  PushParse parse(sink);
+  do {
+    const size_t n = std::min(kChunkBytes, bytes.size());
+    if (!parse.Feed(bytes.substr(0, n), n == bytes.size())) break;
+    bytes.remove_prefix(n);
+  } while (!bytes.empty());
+  return parse.Read() ? XmlReadResult::kRead : XmlReadResult::kUnreadable;
 }
 
 }  // namespace kdzv::posix

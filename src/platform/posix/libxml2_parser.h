@@ -1,10 +1,11 @@
-// The XML parser port on Linux: libxml2's streaming (SAX2) interface feeds
-// the shared tree builder, so no libxml2 document is ever built and nothing
-// beyond the elements and their character data is looked at.
+// The XML parser port on Linux: libxml2's streaming (SAX2) interface, fed
+// the file in chunks, drives the shared tree builder, so no libxml2 document
+// is ever built, the file is never held whole, and nothing beyond the
+// elements and their character data is looked at.
 #ifndef KDZV_PLATFORM_POSIX_LIBXML2_PARSER_H_
 #define KDZV_PLATFORM_POSIX_LIBXML2_PARSER_H_
 
-#include <optional>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -19,8 +20,9 @@ class Libxml2Parser : public XmlParser {
  public:
   Libxml2Parser();
 
-  std::optional<XmlElement> ParseFile(const std::string& path) override;
-  std::optional<XmlElement> ParseBytes(std::string_view bytes) override;
+  XmlReadResult ReadFile(const std::string& path, XmlStreamSink& sink,
+                         uint64_t& file_bytes) override;
+  XmlReadResult ReadBytes(std::string_view bytes, XmlStreamSink& sink) override;
 };
 
 }  // namespace kdzv::posix

@@ -31,35 +31,38 @@ constexpr int32_t kCannotCreateObject = 429;
   Raise(kCannotCreateObject, "ActiveX component can't create object", "MsxmlParser");
 }
 
-// The whole file, or nothing when it cannot be read or is larger than a
-// message file may be; the size is checked before anything is read.
-std::optional<std::string> ReadMessageFile(const std::string& path) {
+// The whole file, or nothing when it cannot be read; kTooLarge (and no
+// bytes read) when it is larger than a message file may be.
+XmlReadResult ReadMessageFile(const std::string& path, std::string& bytes, uint64_t& file_bytes) {
   UniqueHandle file(::CreateFileW(Widen(path).c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
                                   OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-  if (!file.valid() || ::GetFileType(file.get()) != FILE_TYPE_DISK) return std::nullopt;
-  LARGE_INTEGER size{};
-  if (!::GetFileSizeEx(file.get(), &size) || size.QuadPart < 0 ||
-      static_cast<unsigned long long>(size.QuadPart) > xml_limits::kMaxFileBytes) {
-    return std::nullopt;
+  if (!file.valid() || ::GetFileType(file.get()) != FILE_TYPE_DISK) {
+    return XmlReadResult::kUnreadable;
   }
-  std::string bytes;
+  LARGE_INTEGER size{};
+  if (!::GetFileSizeEx(file.get(), &size) || size.QuadPart < 0) return XmlReadResult::kUnreadable;
+  file_bytes = static_cast<uint64_t>(size.QuadPart);
+  if (file_bytes > xml_limits::kMaxFileBytes) return XmlReadResult::kTooLarge;
   // One byte of room beyond the size, to notice a file that grew meanwhile.
   bytes.resize(static_cast<size_t>(size.QuadPart) + 1);
   size_t used = 0;
   for (;;) {
     if (used == bytes.size()) {
-      if (used > xml_limits::kMaxFileBytes) return std::nullopt;
-      bytes.resize(std::min(used * 2 + 1, xml_limits::kMaxFileBytes + 1));
+      if (used > xml_limits::kMaxFileBytes) return XmlReadResult::kUnreadable;
+      bytes.resize(static_cast<size_t>(
+          std::min<uint64_t>(uint64_t{used} * 2 + 1, xml_limits::kMaxFileBytes + 1)));
     }
     const DWORD wanted = static_cast<DWORD>(std::min<size_t>(bytes.size() - used, size_t{1} << 30));
     DWORD read = 0;
-    if (!::ReadFile(file.get(), bytes.data() + used, wanted, &read, nullptr)) return std::nullopt;
+    if (!::ReadFile(file.get(), bytes.data() + used, wanted, &read, nullptr)) {
+      return XmlReadResult::kUnreadable;
+    }
     if (read == 0) break;
     used += read;
   }
-  if (used > xml_limits::kMaxFileBytes) return std::nullopt;
+  if (used > xml_limits::kMaxFileBytes) return XmlReadResult::kUnreadable;
   bytes.resize(used);
-  return bytes;
+  return XmlReadResult::kRead;
 }
 
 void SetBooleanProperty(IXMLDOMDocument2* document, const wchar_t* name, bool value) {
@@ -133,14 +136,17 @@ bool Walk(IXMLDOMNode* element, XmlTreeBuilder& builder) {
 
 }  // namespace
 
-std::optional<XmlElement> MsxmlParser::ParseFile(const std::string& path) {
-  std::optional<std::string> bytes = ReadMessageFile(path);
-  if (!bytes) return std::nullopt;
-  return ParseBytes(*bytes);
+XmlReadResult MsxmlParser::ReadFile(const std::string& path, XmlStreamSink& sink,
+                                    uint64_t& file_bytes) {
+  std::string bytes;
+  const XmlReadResult loaded = ReadMessageFile(path, bytes, file_bytes);
+  if (loaded != XmlReadResult::kRead) return loaded;
+  return ReadBytes(bytes, sink);
 }
 
-std::optional<XmlElement> MsxmlParser::ParseBytes(std::string_view bytes) {
-  if (!CheckRawMessage(bytes)) return std::nullopt;
+XmlReadResult MsxmlParser::ReadBytes(std::string_view bytes, XmlStreamSink& sink) {
+  if (bytes.size() > xml_limits::kMaxFileBytes) return XmlReadResult::kTooLarge;
+  if (!CheckRawMessage(bytes)) return XmlReadResult::kUnreadable;
   ComApartment apartment;
   if (!apartment.ready()) RaiseCannotCreate();
   ComPtr<IXMLDOMDocument2> document = CreateDocument();
@@ -151,18 +157,20 @@ std::optional<XmlElement> MsxmlParser::ParseBytes(std::string_view bytes) {
   SetByteArray(source, bytes);
   VARIANT_BOOL loaded = VARIANT_FALSE;
   if (document->load(source.get(), &loaded) != S_OK || loaded != VARIANT_TRUE) {
-    return std::nullopt;
+    return XmlReadResult::kUnreadable;
   }
 
   ComPtr<IXMLDOMDocumentType> doctype;
   document->get_doctype(doctype.Put());
-  if (doctype) return std::nullopt;
+  if (doctype) return XmlReadResult::kUnreadable;
   ComPtr<IXMLDOMElement> root;
-  if (document->get_documentElement(root.Put()) != S_OK || !root) return std::nullopt;
+  if (document->get_documentElement(root.Put()) != S_OK || !root) {
+    return XmlReadResult::kUnreadable;
+  }
 
-  XmlTreeBuilder builder;
-  if (!Walk(root.get(), builder)) return std::nullopt;
-  return builder.Finish();
+  XmlTreeBuilder builder(sink);
+  if (!Walk(root.get(), builder) || !builder.Done()) return XmlReadResult::kUnreadable;
+  return XmlReadResult::kRead;
 }
 
 }  // namespace kdzv::win32

@@ -4,7 +4,7 @@
 #ifndef KDZV_PLATFORM_WIN32_MSXML_PARSER_H_
 #define KDZV_PLATFORM_WIN32_MSXML_PARSER_H_
 
-#include <optional>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -18,8 +18,9 @@ namespace kdzv::win32 {
 // a bad file.
 class MsxmlParser : public XmlParser {
  public:
-  std::optional<XmlElement> ParseFile(const std::string& path) override;
-  std::optional<XmlElement> ParseBytes(std::string_view bytes) override;
+  XmlReadResult ReadFile(const std::string& path, XmlStreamSink& sink,
+                         uint64_t& file_bytes) override;
+  XmlReadResult ReadBytes(std::string_view bytes, XmlStreamSink& sink) override;
 };
 
 }  // namespace kdzv::win32
