@@ -48,6 +48,9 @@ class NoFiles : public kdzv::FileSystem {
   void DeleteFile(std::string_view) override { __builtin_trap(); }
   bool TryExclusiveAccess(std::string_view) override { __builtin_trap(); }
   bool HeldByAnotherProcess(std::string_view) override { __builtin_trap(); }
+  std::vector<kdzv::FolderEntry> ListEntries(std::string_view) override { __builtin_trap(); }
+  std::optional<kdzv::FolderEntry> EntryAt(std::string_view) override { __builtin_trap(); }
+  void RenameReplacing(std::string_view, std::string_view) override { __builtin_trap(); }
 };
 
 // Central European offsets, so that service times are converted.
