@@ -77,8 +77,9 @@ TEST(ReadChangeNotification, OnUnlessZero) {
 }
 
 TEST(WatchChanges, ANotificationRunsTheWatchTickAndNoFileIsTakenTwice) {
-  ExchangeHarness h;
+  // The notifier outlives the interface object, which holds a watch of it.
   FakeFolderChanges changes;
+  ExchangeHarness h;
   h.Interface().SetFolderChanges(&changes);
   // Every pass: the agent writes, the notification comes, then the timer.
   h.on_pass = [&](ExchangeHarness&) { changes.Notify(); };
@@ -98,8 +99,9 @@ TEST(WatchChanges, ANotificationRunsTheWatchTickAndNoFileIsTakenTwice) {
 }
 
 TEST(WatchChanges, ANotificationWhileAFileIsHandledIsLeftOut) {
-  ExchangeHarness h;
+  // The notifier outlives the interface object, which holds a watch of it.
   FakeFolderChanges changes;
+  ExchangeHarness h;
   h.Interface().SetFolderChanges(&changes);
   int notified = 0;
   h.host.on_event = [&](const std::string&) {
@@ -116,8 +118,9 @@ TEST(WatchChanges, ANotificationWhileAFileIsHandledIsLeftOut) {
 }
 
 TEST(WatchChanges, WhenNotificationsCannotBeSetUpOneLineSaysSoAndThePollRuns) {
-  ExchangeHarness h;
+  // The notifier outlives the interface object, which holds a watch of it.
   FakeFolderChanges changes;
+  ExchangeHarness h;
   changes.refuse = "inotify: No space left on device (fs.inotify.max_user_watches)";
   h.Interface().SetFolderChanges(&changes);
   EXPECT_EQ(h.Run({{"HX1_1.xml", "HX1_2.xml", ExchangeHarness::Answer(1, 2, kSessionEnd)}}),
