@@ -1,6 +1,7 @@
 #include "com/com_module.h"
 
 #include "com/type_library.h"
+#include "interface/component_log.h"
 #include "platform/platform.h"
 #include "platform/win32/library_windows.h"
 #include "platform/win32/win32_settings_dialog.h"
@@ -71,6 +72,9 @@ bool CanUnload() {
 
 OwnerThreadEntry::OwnerThreadEntry() : result_(S_OK) {
   const DWORD self = ::GetCurrentThreadId();
+  // The thread's report scopes are made before anything else of the
+  // library, so that its first report allocates nothing.
+  PrepareReportScopes();
   OwnerLock lock;
   if (g_owner_thread != 0 && g_owner_thread != self) {
     result_ = RPC_E_WRONG_THREAD;

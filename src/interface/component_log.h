@@ -42,6 +42,11 @@ class OneBoxPerText {
   std::unordered_set<std::string> shown_;
 };
 
+// Makes the calling thread's report scopes (which live in thread-local
+// storage, made on first use) now, as part of setting up the process, so
+// that the first report of the thread allocates nothing.
+void PrepareReportScopes();
+
 // While one lives (the reading of one message, until the file is known to
 // be well-formed to its end), LogLine, ReportLine and the error report keep
 // what they would show instead of showing it. Release() then shows it all,

@@ -113,11 +113,12 @@ extern "C" char g_exception_code[] __asm__("__cxa_allocate_exception");
 extern "C" char g_dependent_exception_code[] __asm__("__cxa_allocate_dependent_exception");
 
 // Whether the allocation being made was asked for by one of the runtime
-// functions above, directly or through a helper of theirs (the few
-// innermost calls are looked at).
+// functions above, directly or through a helper of theirs (the dozen
+// innermost calls are looked at: the emulated thread-local storage reaches
+// the allocation through the threads library's key and lock set-up).
 bool AskedByTheRuntimeItself() {
-  void* frames[6] = {};
-  const WORD count = ::RtlCaptureStackBackTrace(1, 6, frames, nullptr);
+  void* frames[12] = {};
+  const WORD count = ::RtlCaptureStackBackTrace(1, 12, frames, nullptr);
   for (WORD i = 0; i < count; ++i) {
     DWORD64 base = 0;
     const RUNTIME_FUNCTION* function =
