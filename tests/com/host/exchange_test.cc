@@ -29,6 +29,7 @@
 #include "message_boxes.h"
 #include "screenshot.h"
 #include "support/log_texts.h"
+#include "support/own_window.h"
 
 namespace kdzv::host {
 namespace {
@@ -138,7 +139,7 @@ TEST_P(ComExchange, AgentAndLibraryAgree) {
               log_lines.back().find(L"HX1_5.xml") != std::wstring::npos) {
             // As a host's DoEvents would: the window shows what it was given.
             PumpFor(300);
-            HWND window = ::FindWindowW(L"kdZentavoSyncWindow", nullptr);
+            HWND window = kdzv::test::FindOwnWindow(L"kdZentavoSyncWindow");
             ::CreateDirectoryW(WindowsPath(KDZV_SCREENSHOT_DIR).c_str(), nullptr);
             picture_taken = window != nullptr && SaveWindowPicture(window, picture, &picture_colours);
           }

@@ -20,6 +20,7 @@
 #include "library_copy.h"
 #include "message_boxes.h"
 #include "screenshot.h"
+#include "support/own_window.h"
 
 namespace kdzv::host {
 namespace {
@@ -43,7 +44,7 @@ Script* g_script = nullptr;
 void CALLBACK Drive(HWND, UINT, UINT_PTR, DWORD) {
   Script& script = *g_script;
   ++script.ticks;
-  HWND dialog = ::FindWindowW(L"kdZentavoSettingsDialog", nullptr);
+  HWND dialog = kdzv::test::FindOwnWindow(L"kdZentavoSettingsDialog");
   if (dialog == nullptr || !::IsWindowVisible(dialog) || script.next >= script.steps.size()) {
     return;
   }
@@ -230,7 +231,7 @@ TEST(ComSettingsDialog, AHostThatLetsGoWhileTheDialogIsOpenDoesNotPullItAway) {
   EXPECT_EQ(holder, nullptr);
   EXPECT_EQ(script.next, 1u);
   // The dialog went with the object.
-  EXPECT_EQ(::FindWindowW(L"kdZentavoSettingsDialog", nullptr), nullptr);
+  EXPECT_EQ(kdzv::test::FindOwnWindow(L"kdZentavoSettingsDialog"), nullptr);
 }
 
 // A watchdog for calls that might not return: after `milliseconds` it
@@ -658,7 +659,7 @@ TEST(ComSettingsDialog, TheOwnerDestroyedWhileTheDialogIsOpenEndsItAsCancelled) 
   EXPECT_FALSE(watchdog.Fired()) << "ShowSettings did not return after its owner went";
   EXPECT_LT(returned_at - destroyed_at, 1000u);
   EXPECT_FALSE(::IsWindow(owner));
-  EXPECT_EQ(::FindWindowW(L"kdZentavoSettingsDialog", nullptr), nullptr);
+  EXPECT_EQ(kdzv::test::FindOwnWindow(L"kdZentavoSettingsDialog"), nullptr);
   // Cancelled: the settings are the same object, unchanged.
   EXPECT_EQ(zv.GetObj(L"Settings").get(), before.get());
   EXPECT_EQ(before.Get(L"DownloadPath").Text(), L"C:\\zv\\bleibt");
@@ -709,7 +710,7 @@ TEST(ComSettingsDialog, TheOwnerDestroyedInsideTheValidationStoresNothingThoughI
   ASSERT_EQ(shown.hr, S_OK);
   EXPECT_EQ(validations, 1);
   EXPECT_FALSE(watchdog.Fired()) << "ShowSettings did not return after its owner went";
-  EXPECT_EQ(::FindWindowW(L"kdZentavoSettingsDialog", nullptr), nullptr);
+  EXPECT_EQ(kdzv::test::FindOwnWindow(L"kdZentavoSettingsDialog"), nullptr);
   EXPECT_EQ(zv.GetObj(L"Settings").get(), before.get());
   EXPECT_EQ(before.Get(L"DownloadPath").Text(), L"C:\\zv\\bleibt");
   EXPECT_EQ(before.Get(L"SystemName").Text(), L"");

@@ -18,6 +18,7 @@
 #include "library_calls.h"
 #include "keyboard.h"
 #include "message_boxes.h"
+#include "support/own_window.h"
 
 namespace kdzv::host {
 namespace {
@@ -94,7 +95,7 @@ WaitProbe* g_probe = nullptr;
 void CALLBACK HostTimer(HWND, UINT, UINT_PTR, DWORD) {
   WaitProbe& probe = *g_probe;
   ++probe.ticks;
-  HWND sync = ::FindWindowW(L"kdZentavoSyncWindow", nullptr);
+  HWND sync = kdzv::test::FindOwnWindow(L"kdZentavoSyncWindow");
   if (sync == nullptr) return;
   HWND cancel = ::FindWindowExW(sync, nullptr, L"Button", L"Abbruch");
   if (probe.nested_result == -1) {
@@ -165,7 +166,7 @@ TEST(ComWait, TheCancelQuestionAnsweredNoThenYesWhileTheHostsTimerFires) {
   EXPECT_FALSE(probe.nested_error.empty());
   const std::wstring question = L"Soll der Syncronisation-Prozess wirklich abgebrochen werden?";
   EXPECT_EQ(boxes.Texts(), (std::vector<std::wstring>{question, question}));
-  EXPECT_EQ(::FindWindowW(L"kdZentavoSyncWindow", nullptr), nullptr);  // closed at the end
+  EXPECT_EQ(kdzv::test::FindOwnWindow(L"kdZentavoSyncWindow"), nullptr);  // closed at the end
   ::DestroyWindow(host_window);
 }
 
@@ -198,7 +199,7 @@ KeyWalk* g_walk = nullptr;
 
 void CALLBACK KeyTimer(HWND, UINT, UINT_PTR, DWORD) {
   KeyWalk& walk = *g_walk;
-  HWND sync = ::FindWindowW(L"kdZentavoSyncWindow", nullptr);
+  HWND sync = kdzv::test::FindOwnWindow(L"kdZentavoSyncWindow");
   if (sync == nullptr || !::IsWindowEnabled(sync) || walk.next >= walk.steps.size()) return;
   walk.steps[walk.next++](sync);
 }
@@ -287,7 +288,7 @@ TEST(ComWait, TheSyncWindowIsCancelledFromTheKeyboardThroughTheQuestion) {
   EXPECT_FALSE(pane_before.empty());
   EXPECT_EQ(pane_after, pane_before);
   EXPECT_EQ(copied, pane_before);
-  EXPECT_EQ(::FindWindowW(L"kdZentavoSyncWindow", nullptr), nullptr);
+  EXPECT_EQ(kdzv::test::FindOwnWindow(L"kdZentavoSyncWindow"), nullptr);
 }
 
 // The window went: the exchange is cancelled without the question, with
@@ -310,7 +311,7 @@ struct OwnerGone {
 OwnerGone* g_gone = nullptr;
 
 void DestroyOwner(OwnerGone& gone) {
-  if (gone.destroyed_at != 0 || ::FindWindowW(L"kdZentavoSyncWindow", nullptr) == nullptr) return;
+  if (gone.destroyed_at != 0 || kdzv::test::FindOwnWindow(L"kdZentavoSyncWindow") == nullptr) return;
   gone.destroyed_at = ::GetTickCount();
   gone.lines_at_destroy = gone.lines.size();
   ::DestroyWindow(gone.host_window);
@@ -369,7 +370,7 @@ long RunWithOwnerGone(const Obj& zv, OwnerGone& gone) {
   EXPECT_FALSE(gone.quit_posted) << "StartSync went on waiting after its window went";
   EXPECT_LT(returned_at - gone.destroyed_at, 2000u);
   EXPECT_FALSE(::IsWindow(gone.host_window));
-  EXPECT_EQ(::FindWindowW(L"kdZentavoSyncWindow", nullptr), nullptr);
+  EXPECT_EQ(kdzv::test::FindOwnWindow(L"kdZentavoSyncWindow"), nullptr);
   return synced.value.Long();
 }
 

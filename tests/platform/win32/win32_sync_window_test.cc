@@ -20,6 +20,7 @@
 #include "support/fakes.h"
 #include "support/memory_file_system.h"
 #include "syncwindow/frm_zv_sync.h"
+#include "support/own_window.h"
 
 namespace kdzv::win32 {
 namespace {
@@ -676,7 +677,7 @@ TEST_F(Win32SyncWindowTest, TheOwnerGoneWhileTheQuestionIsOpenCancelsWithoutTheA
   ASSERT_TRUE(window.StartWatch("/down", 500));
   on_ask = [&] { ::DestroyWindow(host); };
   answer = true;
-  HWND shown = ::FindWindowW(kSyncWindowClassName, nullptr);
+  HWND shown = kdzv::test::FindOwnWindow(kSyncWindowClassName);
   ASSERT_NE(shown, nullptr);
   ::PostMessageW(::GetDlgItem(shown, kCancelButtonId), BM_CLICK, 0, 0);
   EXPECT_TRUE(PumpUntil([&] { return !owner.Raised().empty(); }, 20));
