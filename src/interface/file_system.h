@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -42,7 +43,16 @@ class FileSystem {
   // page does not hold becomes "?". A
   // symbolic link standing at `path` is removed and replaced by the file,
   // never written through.
-  virtual void WriteTextFile(std::string_view path, std::string_view text) = 0;
+  void WriteTextFile(std::string_view path, std::string_view text) {
+    WriteTextFileParts(path, std::span<const std::string_view>(&text, 1));
+  }
+
+  // The same for a text held in parts, written one after another, so that a
+  // large message is never joined into one string first. Every part but the
+  // last ends right before an ASCII character (a part never ends inside a
+  // character).
+  virtual void WriteTextFileParts(std::string_view path,
+                                  std::span<const std::string_view> parts) = 0;
 
   // Whether `path` names an existing folder (false for a file or nothing;
   // never raises).

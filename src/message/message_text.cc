@@ -1,5 +1,7 @@
 #include "message/message_text.h"
 
+#include <cstring>
+
 namespace kdzv {
 
 std::string MessageNamespace(std::string_view host) {
@@ -14,20 +16,28 @@ std::string MessageNamespace(std::string_view host) {
 // ASCII, so one pass gives what replacing each letter in turn gives.
 void AppendTransliterated(std::string& out, std::string_view text) {
   size_t start = 0;
-  for (size_t i = 0; i + 1 < text.size(); ++i) {
-    if (static_cast<unsigned char>(text[i]) != 0xC3) continue;
+  while (start < text.size()) {
+    const void* lead = std::memchr(text.data() + start, 0xC3, text.size() - start);
+    if (lead == nullptr) break;
+    const size_t i = static_cast<size_t>(static_cast<const char*>(lead) - text.data());
+    if (i + 1 >= text.size()) break;
     const char* pair = nullptr;
     switch (static_cast<unsigned char>(text[i + 1])) {
       case 0xA4: case 0x84: pair = "ae"; break;  // ä Ä
       case 0xBC: case 0x9C: pair = "ue"; break;  // ü Ü
       case 0xB6: case 0x96: pair = "oe"; break;  // ö Ö
       case 0x9F: pair = "ss"; break;             // ß
-      default: continue;
+      default: break;
+    }
+    if (pair == nullptr) {
+      // Another letter of that block: it stays, and so does what follows it.
+      out.append(text.substr(start, i + 1 - start));
+      start = i + 1;
+      continue;
     }
     out.append(text.substr(start, i - start));
     out.append(pair);
     start = i + 2;
-    ++i;
   }
   out.append(text.substr(start));
 }

@@ -1,8 +1,11 @@
 #include "message/up_down_file.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <exception>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 #include "interface/component_log.h"
 #include "interface/error_report.h"
@@ -465,15 +468,57 @@ int32_t clZVUpDownFile::NumberCommands() {
 
 namespace {
 
+// The text of a message being written, in blocks of about a mebibyte.
+// Appending never moves what is there: one string of the whole message would
+// be copied into one of twice its size whenever it fills, holding three
+// times the text for a moment. Blocks are cut only between commands, right
+// before a "<".
+class MessageBlocks {
+ public:
+  static constexpr size_t kBlockBytes = size_t{1} << 20;
+
+  // Appends `markup` transliterated, in a new block when it does not fit
+  // into the last one.
+  void Append(std::string_view markup) { AppendTransliterated(RoomFor(markup.size()), markup); }
+  // Appends `text` as it is (transliterated already).
+  void AppendVerbatim(std::string_view text) { RoomFor(text.size()).append(text); }
+
+  std::vector<std::string_view> Parts() const {
+    return std::vector<std::string_view>(blocks_.begin(), blocks_.end());
+  }
+
+ private:
+  // The block that takes `bytes` more (transliterating never lengthens).
+  std::string& RoomFor(size_t bytes) {
+    if (blocks_.empty() ||
+        (!blocks_.back().empty() && blocks_.back().size() + bytes > kBlockBytes)) {
+      blocks_.emplace_back().reserve(std::max(kBlockBytes, bytes));
+    }
+    return blocks_.back();
+  }
+
+  std::vector<std::string> blocks_;
+};
+
 // Where the commands of a message being written go once each is complete:
 // serialised and transliterated onto the end of the message's text.
 class TextOfCommands : public XmlChildStream {
  public:
-  explicit TextOfCommands(std::string& text) : text_(text) {}
-  void Take(XmlElement child) override { AppendTransliterated(text_, SerializeXml(child)); }
+  explicit TextOfCommands(MessageBlocks& text) : text_(text) {}
+  void Take(XmlElement child) override {
+    if (!any_) text_.AppendVerbatim("<SyncBody>");
+    any_ = true;
+    markup_.clear();
+    AppendXml(markup_, child);
+    text_.Append(markup_);
+  }
+  // Whether a command was taken.
+  bool Any() const { return any_; }
 
  private:
-  std::string& text_;
+  MessageBlocks& text_;
+  std::string markup_;  // one command's markup; its room is used again
+  bool any_ = false;
 };
 
 }  // namespace
@@ -491,17 +536,17 @@ bool clZVUpDownFile::CreateUpFile(std::string_view path) {
       ReportLine("XML-Daten für Knoten 'SyncHdr' konnten nicht erstellt werden.");
       return false;
     }
-    std::string text = MessageTextStart(service_host_);
-    for (const XmlElement& header : root.Children()) {
-      AppendTransliterated(text, SerializeXml(header));
-    }
+    MessageBlocks text;
+    text.AppendVerbatim(MessageTextStart(service_host_));
+    std::string headers;
+    for (const XmlElement& header : root.Children()) AppendXml(headers, header);
+    text.Append(headers);
     XmlElement& body = root.AppendChild(document.CreateElement("SyncBody"));
     NumberCommands();
-    constexpr std::string_view kBodyStart = "<SyncBody>";
-    const size_t body_at = text.size();
-    text.append(kBodyStart);
     TextOfCommands commands(text);
     body.StreamChildren(commands);
+    // The body's start tag goes in with the first command; a body without
+    // commands is an empty element.
 
     // A collection that fails has told about it; the file is still written.
     // The status and alert collections hand back their text instead, which
@@ -520,15 +565,9 @@ bool clZVUpDownFile::CreateUpFile(std::string_view path) {
     body.FlushChildren();
     owned.reset();
 
-    if (text.size() == body_at + kBodyStart.size()) {
-      // A body without commands is an empty element.
-      text.resize(body_at);
-      text.append("<SyncBody/>");
-    } else {
-      text.append("</SyncBody>");
-    }
-    text.append("</SyncML>\r\n");
-    file_system_.WriteTextFile(path, text);
+    text.AppendVerbatim(commands.Any() ? "</SyncBody></SyncML>\r\n" : "<SyncBody/></SyncML>\r\n");
+    const std::vector<std::string_view> parts = text.Parts();
+    file_system_.WriteTextFileParts(path, parts);
     return true;
   } catch (...) {
     ReportCurrentError(kModule, "CreateUpFile", "File=" + std::string(path));

@@ -155,4 +155,6 @@ std::string SerializeXml(const XmlElement& element) {
   return out;
 }
 
+void AppendXml(std::string& out, const XmlElement& element) { Serialize(element, out); }
+
 }  // namespace kdzv

@@ -121,6 +121,9 @@ XmlElement& AppendTextElement(XmlDocument& document, XmlElement& parent, std::st
 // <Name/>; "&", "<" and ">" in character data escaped.
 std::string SerializeXml(const XmlElement& element);
 
+// The same markup, appended to `out`.
+void AppendXml(std::string& out, const XmlElement& element);
+
 }  // namespace kdzv
 
 #endif  // KDZV_MESSAGE_XML_ELEMENT_H_

@@ -80,19 +80,22 @@ void AppendUtf8(std::string& out, char32_t c) {
 
 }  // namespace
 
+void AppendUtf8ToWindows1252(std::string& out, std::string_view utf8) {
+  size_t i = 0;
+  while (i < utf8.size()) {
+    // Runs of ASCII, the bulk of a message, go over as they are, at once.
+    size_t run = i;
+    while (run < utf8.size() && static_cast<unsigned char>(utf8[run]) < 0x80) ++run;
+    out.append(utf8.data() + i, run - i);
+    i = run;
+    if (i < utf8.size()) out.push_back(Encode(Decode(utf8, i)));
+  }
+}
+
 std::string Utf8ToWindows1252(std::string_view utf8) {
   std::string out;
   out.reserve(utf8.size());
-  size_t i = 0;
-  while (i < utf8.size()) {
-    const auto byte = static_cast<unsigned char>(utf8[i]);
-    if (byte < 0x80) {  // the common case, kept cheap
-      out.push_back(static_cast<char>(byte));
-      ++i;
-      continue;
-    }
-    out.push_back(Encode(Decode(utf8, i)));
-  }
+  AppendUtf8ToWindows1252(out, utf8);
   return out;
 }
 

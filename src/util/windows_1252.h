@@ -12,6 +12,9 @@ namespace kdzv {
 // does not hold, and every byte of a malformed UTF-8 sequence, becomes "?".
 std::string Utf8ToWindows1252(std::string_view utf8);
 
+// The same, appended to `out`.
+void AppendUtf8ToWindows1252(std::string& out, std::string_view utf8);
+
 // Windows-1252 to UTF-8. Every byte is a character: the five bytes the code
 // page leaves undefined (0x81, 0x8D, 0x8F, 0x90, 0x9D) become the C1
 // controls of the same value, as in the other direction.

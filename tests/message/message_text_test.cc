@@ -17,6 +17,15 @@ TEST(TransliterateGermanTest, OtherLettersStay) {
   EXPECT_EQ(TransliterateGerman("Caf\xC3\xA9 \xE1\xBA\x9E"), "Caf\xC3\xA9 \xE1\xBA\x9E");
 }
 
+TEST(TransliterateGermanTest, StrayLeadBytesAndTheTextsEnd) {
+  // A lead byte followed by another lead byte: the second one's letter is
+  // still replaced; a lead byte at the end stays.
+  EXPECT_EQ(TransliterateGerman("\xC3\xC3\xA4x"), "\xC3" "aex");
+  EXPECT_EQ(TransliterateGerman("ab\xC3"), "ab\xC3");
+  EXPECT_EQ(TransliterateGerman("\xC3\xBC\xC3"), "ue\xC3");
+  EXPECT_EQ(TransliterateGerman(""), "");
+}
+
 TEST(MessageNamespaceTest, BuiltFromTheHost) {
   EXPECT_EQ(MessageNamespace("www.zentavo.de"),
             "http://www.zentavo.de/WebServices/ZVSync/xml/SyncZV.xsd");

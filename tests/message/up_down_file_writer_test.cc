@@ -5,11 +5,13 @@
 #include <memory>
 #include <string>
 
+#include "message/message_text.h"
 #include "message/up_down_file.h"
 #include "platform/platform.h"
 #include "support/failing_document.h"
 #include "support/fakes.h"
 #include "support/golden.h"
+#include "util/windows_1252.h"
 
 namespace kdzv {
 namespace {
@@ -126,6 +128,32 @@ TEST_F(UpDownFileWriterTest, OtherLettersAreWrittenInTheSingleByteCodePage) {
   EXPECT_NE(text.find("<Comment>Caf\xE9 \x80 ?</Comment>"), std::string::npos) << text;
   EXPECT_EQ(text.find("\xC3\xA9"), std::string::npos);
   EXPECT_EQ(text, test::Golden("messages/code_page.xml"));
+}
+
+// A message of several mebibytes is made and written in blocks and pieces:
+// its bytes are those of the whole document's text in the code page.
+TEST_F(UpDownFileWriterTest, AMessageOfSeveralMebibytesIsTheWholeDocumentsText) {
+  FillHeader();
+  file.StatusCol().Add("Add", "", "4", "2", "201", "");
+  for (int i = 0; i < 6000; ++i) {
+    file.AddTerminCol().Add(*Appointment("HX-" + std::to_string(i),
+                                         std::string(400, 'x') + " Gr\xC3\xBC\xC3\x9F" "e \xE2\x82\xAC " +
+                                             std::to_string(i)),
+                            0);
+  }
+  ASSERT_TRUE(file.CreateUpFile(path));
+
+  XmlDocument document;
+  XmlElement& root = document.SetDocumentElement(document.CreateElement("SyncML"));
+  ASSERT_TRUE(file.SyncHdr().CreateXMLSource(document, root));
+  XmlElement& body = root.AppendChild(document.CreateElement("SyncBody"));
+  EXPECT_EQ(file.StatusCol().CreateXMLSource(document, body), "");
+  ASSERT_TRUE(file.AddTerminCol().CreateXMLSource(document, body));
+  const std::string expected = Utf8ToWindows1252(ComposeMessageText(root, "www.zentavo.de"));
+  ASSERT_GT(expected.size(), size_t{3} << 20);
+  const std::string written = Written();
+  EXPECT_EQ(written.size(), expected.size());
+  EXPECT_TRUE(written == expected);  // not printed: megabytes
 }
 
 TEST_F(UpDownFileWriterTest, MarkupCharactersInTextAreEscaped) {

@@ -107,6 +107,17 @@ TEST_P(FileSystemConformance, WriteTextFileUsesTheSingleByteCodePage) {
   EXPECT_EQ(ReadFileBytes(path), "Caf\xE9 \x80 ? \xFC");
 }
 
+TEST_P(FileSystemConformance, WriteTextFilePartsWritesThePartsOneAfterAnother) {
+  const std::string path = dir.File("HX1_1.xml");
+  WriteFileBytes(path, "a much longer old content, longer than the new one\r\n");
+  // Parts of several pieces each: a large text is converted piece by piece.
+  const std::string long_part = "<a>" + std::string(200000, 'x') + "\xC3\xA9</a>";
+  const std::string_view parts[] = {"<m>Caf\xC3\xA9 \xE2\x82\xAC", long_part, "", "<b>\xC4\x81</b></m>\r\n"};
+  fs->WriteTextFileParts(path, parts);
+  EXPECT_EQ(ReadFileBytes(path),
+            "<m>Caf\xE9 \x80<a>" + std::string(200000, 'x') + "\xE9</a><b>?</b></m>\r\n");
+}
+
 TEST_P(FileSystemConformance, WriteTextFileIntoAMissingFolderIsPathNotFound) {
   try {
     fs->WriteTextFile(InFolder("missing", "HX1_1.xml"), "x");

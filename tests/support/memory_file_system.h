@@ -11,6 +11,7 @@
 #include <map>
 #include <optional>
 #include <set>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -30,9 +31,12 @@ class MemoryFileSystem : public FileSystem {
   }
   // Keeps the text as given (UTF-8): the code page is the real systems'
   // business.
-  void WriteTextFile(std::string_view path, std::string_view text) override {
+  void WriteTextFileParts(std::string_view path,
+                          std::span<const std::string_view> parts) override {
     FailIfListed(path, "WriteTextFile");
-    files[std::string(path)] = text;
+    std::string text;
+    for (std::string_view part : parts) text += part;
+    files[std::string(path)] = std::move(text);
     times[std::string(path)] = stamp;
   }
 

@@ -17,6 +17,7 @@
 #include "platform/posix/errno_error.h"
 #include "platform/posix/unique_fd.h"
 #include "util/error.h"
+#include "util/text_pieces.h"
 #include "util/windows_1252.h"
 
 namespace kdzv::posix {
@@ -39,13 +40,12 @@ bool FolderMissing(const std::string& path) {
   RaiseFileError(error, procedure, error == ENOENT && FolderMissing(path));
 }
 
-// Opens `path` with `flags` (never through a symbolic link), writes `bytes`
-// and closes it; `procedure` names the operation in a raised error. With
-// `replace_link`, a link standing at `path` is removed and the file made
-// anew in its place; otherwise the link is refused.
-void WriteBytes(std::string_view path_view, int flags, std::string_view bytes,
-                const char* procedure, bool replace_link = false) {
-  const std::string path(path_view);
+// Opens `path` for writing with `flags`, never through a symbolic link;
+// `procedure` names the operation in a raised error. With `replace_link`, a
+// link standing at `path` is removed and the file made anew in its place;
+// otherwise the link is refused.
+UniqueFd OpenForWriting(const std::string& path, int flags, const char* procedure,
+                        bool replace_link) {
   const int open_flags = flags | O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NOCTTY;
   UniqueFd file(::open(path.c_str(), open_flags, 0644));
   if (file.get() < 0 && errno == ELOOP && replace_link) {
@@ -57,6 +57,11 @@ void WriteBytes(std::string_view path_view, int flags, std::string_view bytes,
     const int error = errno;
     RaiseFileError(error, procedure, error == ENOENT && FolderMissing(path));
   }
+  return file;
+}
+
+// Writes all of `bytes` to `file`.
+void WriteAll(const UniqueFd& file, std::string_view bytes, const char* procedure) {
   size_t written = 0;
   while (written < bytes.size()) {
     const ssize_t n = ::write(file.get(), bytes.data() + written, bytes.size() - written);
@@ -66,6 +71,13 @@ void WriteBytes(std::string_view path_view, int flags, std::string_view bytes,
     }
     written += static_cast<size_t>(n);
   }
+}
+
+// Opens `path`, writes `bytes` and closes it.
+void WriteBytes(std::string_view path, int flags, std::string_view bytes, const char* procedure,
+                bool replace_link = false) {
+  UniqueFd file = OpenForWriting(std::string(path), flags, procedure, replace_link);
+  WriteAll(file, bytes, procedure);
   if (file.Close() != 0) RaiseFileError(errno, procedure);
 }
 
@@ -228,8 +240,21 @@ void PosixFileSystem::AppendToFile(std::string_view path, std::string_view text)
   WriteBytes(path, O_APPEND, text, "AppendToFile");
 }
 
-void PosixFileSystem::WriteTextFile(std::string_view path, std::string_view text) {
-  WriteBytes(path, O_TRUNC, Utf8ToWindows1252(text), "WriteTextFile", /*replace_link=*/true);
+void PosixFileSystem::WriteTextFileParts(std::string_view path,
+                                         std::span<const std::string_view> parts) {
+  // Converted and written a piece at a time: a large message is never held
+  // a second time in its code page.
+  constexpr size_t kPieceBytes = 64 * 1024;
+  UniqueFd file = OpenForWriting(std::string(path), O_TRUNC, "WriteTextFile", /*replace_link=*/true);
+  std::string bytes;
+  for (std::string_view part : parts) {
+    ForEachTextPiece(part, kPieceBytes, [&](std::string_view piece) {
+      bytes.clear();
+      AppendUtf8ToWindows1252(bytes, piece);
+      WriteAll(file, bytes, "WriteTextFile");
+    });
+  }
+  if (file.Close() != 0) RaiseFileError(errno, "WriteTextFile");
 }
 
 bool PosixFileSystem::FolderExists(std::string_view path) {

@@ -16,7 +16,8 @@ namespace kdzv::posix {
 class PosixFileSystem : public FileSystem {
  public:
   void AppendToFile(std::string_view path, std::string_view bytes) override;
-  void WriteTextFile(std::string_view path, std::string_view text) override;
+  void WriteTextFileParts(std::string_view path,
+                          std::span<const std::string_view> parts) override;
   bool FolderExists(std::string_view path) override;
   // Regular files and symbolic links to regular files, in readdir() order.
   std::vector<std::string> ListFiles(std::string_view folder) override;

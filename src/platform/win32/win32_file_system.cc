@@ -15,6 +15,7 @@
 #include "platform/win32/unique_handle.h"
 #include "platform/win32/wide_text.h"
 #include "platform/win32/win32_error.h"
+#include "util/text_pieces.h"
 
 namespace kdzv::win32 {
 
@@ -23,11 +24,15 @@ namespace {
 // Opens `path` (others may read and write it meanwhile: the log is read
 // while the component runs), writes `bytes` and closes it. A file that this
 // creates gets `security` (null: the default).
-void WriteBytes(std::string_view path, DWORD access, DWORD disposition, std::string_view bytes,
-                const char* procedure, SECURITY_ATTRIBUTES* security = nullptr) {
+UniqueHandle OpenForWriting(std::string_view path, DWORD access, DWORD disposition,
+                            const char* procedure, SECURITY_ATTRIBUTES* security = nullptr) {
   UniqueHandle file(::CreateFileW(Widen(path).c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE,
                                   security, disposition, FILE_ATTRIBUTE_NORMAL, nullptr));
   if (!file.valid()) RaiseFileError(::GetLastError(), procedure);
+  return file;
+}
+
+void WriteAll(const UniqueHandle& file, std::string_view bytes, const char* procedure) {
   size_t written = 0;
   while (written < bytes.size()) {
     const DWORD chunk = static_cast<DWORD>(std::min<size_t>(bytes.size() - written, 1u << 30));
@@ -37,7 +42,29 @@ void WriteBytes(std::string_view path, DWORD access, DWORD disposition, std::str
     }
     written += done;
   }
+}
+
+void CloseWritten(UniqueHandle& file, const char* procedure) {
   if (!::CloseHandle(file.release())) RaiseFileError(::GetLastError(), procedure);
+}
+
+void WriteBytes(std::string_view path, DWORD access, DWORD disposition, std::string_view bytes,
+                const char* procedure, SECURITY_ATTRIBUTES* security = nullptr) {
+  UniqueHandle file = OpenForWriting(path, access, disposition, procedure, security);
+  WriteAll(file, bytes, procedure);
+  CloseWritten(file, procedure);
+}
+
+// Whether text in `code_page` can be converted piece by piece, each piece
+// ending before an ASCII character, with the bytes of converting it whole.
+// Not so for the code pages whose encoders keep a state across characters
+// (UTF-7's runs, the shifts of ISO-2022, HZ and ISCII): their text is
+// converted in one go.
+bool ConvertsInPieces(unsigned int code_page) {
+  if (code_page == CP_UTF7 || code_page == 52936) return false;
+  if (code_page >= 50220 && code_page <= 50229) return false;
+  if (code_page >= 57002 && code_page <= 57011) return false;
+  return true;
 }
 
 // The attributes of `path`, or INVALID_FILE_ATTRIBUTES.
@@ -163,14 +190,30 @@ void Win32FileSystem::AppendToFile(std::string_view path, std::string_view text)
              "AppendToFile", shared.Attributes());
 }
 
-void Win32FileSystem::WriteTextFile(std::string_view path, std::string_view text) {
+void Win32FileSystem::WriteTextFileParts(std::string_view path,
+                                         std::span<const std::string_view> parts) {
   // A link in the file's place is removed (the link, not its target), so
   // the message is never written through it.
   if (IsReparsePoint(path) && !::DeleteFileW(Widen(path).c_str())) {
     RaiseFileError(::GetLastError(), "WriteTextFile");
   }
-  WriteBytes(path, GENERIC_WRITE, CREATE_ALWAYS, ToCodePage(text, code_page_, "WriteTextFile"),
-             "WriteTextFile");
+  UniqueHandle file = OpenForWriting(path, GENERIC_WRITE, CREATE_ALWAYS, "WriteTextFile");
+  if (ConvertsInPieces(code_page_)) {
+    // Converted and written a piece at a time: a large message is never held
+    // again in UTF-16 and in its code page (in a 32-bit host that is three
+    // times its size more).
+    constexpr size_t kPieceBytes = 64 * 1024;
+    for (std::string_view part : parts) {
+      ForEachTextPiece(part, kPieceBytes, [&](std::string_view piece) {
+        WriteAll(file, ToCodePage(piece, code_page_, "WriteTextFile"), "WriteTextFile");
+      });
+    }
+  } else {
+    std::string whole;
+    for (std::string_view part : parts) whole += part;
+    WriteAll(file, ToCodePage(whole, code_page_, "WriteTextFile"), "WriteTextFile");
+  }
+  CloseWritten(file, "WriteTextFile");
 }
 
 bool Win32FileSystem::FolderExists(std::string_view path) {

@@ -30,7 +30,8 @@ class Win32FileSystem : public FileSystem {
   // In the code page of the text files. A file that this creates may be
   // changed by every user of the PC (SharedSecurity::ForFiles): the log.
   void AppendToFile(std::string_view path, std::string_view bytes) override;
-  void WriteTextFile(std::string_view path, std::string_view text) override;
+  void WriteTextFileParts(std::string_view path,
+                          std::span<const std::string_view> parts) override;
   bool FolderExists(std::string_view path) override;
   // Files only (a link to a file counts as a file), in the order
   // FindFirstFileW / FindNextFileW give them.
