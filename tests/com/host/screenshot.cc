@@ -89,12 +89,25 @@ bool FontInstalled(const wchar_t* face) {
 }
 
 bool SaveWindowPicture(HWND window, const std::wstring& path, size_t* distinct_colours) {
+  return SaveWindowsPicture({window}, path, distinct_colours);
+}
+
+bool SaveWindowsPicture(std::initializer_list<HWND> windows, const std::wstring& path,
+                        size_t* distinct_colours) {
   if (distinct_colours != nullptr) *distinct_colours = 0;
   // Without the symbol font the caption's buttons are drawn as the letters
   // that stand for their symbols ("0", "1", "r"): no picture is taken.
   if (!FontInstalled(L"Marlett")) return false;
-  RECT bounds;
-  if (!::GetWindowRect(window, &bounds)) return false;
+  RECT bounds = {};
+  for (HWND window : windows) {
+    RECT one;
+    if (!::GetWindowRect(window, &one)) return false;
+    if (::IsRectEmpty(&bounds)) {
+      bounds = one;
+    } else {
+      ::UnionRect(&bounds, &bounds, &one);
+    }
+  }
   const int width = bounds.right - bounds.left;
   const int height = bounds.bottom - bounds.top;
   if (width <= 0 || height <= 0) return false;
@@ -114,8 +127,10 @@ bool SaveWindowPicture(HWND window, const std::wstring& path, size_t* distinct_c
     HGDIOBJ old = ::SelectObject(memory, bitmap);
     // What the screen shows where the window is, after it has drawn itself
     // anew, frame and children included.
-    ::RedrawWindow(window, nullptr, nullptr,
-                   RDW_INVALIDATE | RDW_ERASE | RDW_FRAME | RDW_ALLCHILDREN | RDW_UPDATENOW);
+    for (HWND window : windows) {
+      ::RedrawWindow(window, nullptr, nullptr,
+                     RDW_INVALIDATE | RDW_ERASE | RDW_FRAME | RDW_ALLCHILDREN | RDW_UPDATENOW);
+    }
     ok = ::BitBlt(memory, 0, 0, width, height, screen, bounds.left, bounds.top, SRCCOPY) != FALSE;
     ::GdiFlush();
     ::SelectObject(memory, old);
