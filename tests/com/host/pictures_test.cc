@@ -16,6 +16,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -63,7 +64,7 @@ std::wstring PicturePath(const wchar_t* name) {
 
 // The practice's three folders, empty; `with_download` false leaves the
 // download folder out.
-void MakePracticeFolders(bool with_download = true) {
+void MakePracticeFolders(bool with_download) {
   ::CreateDirectoryW(kRoot, nullptr);
   for (const wchar_t* folder : {kDown, kUp, kDepot}) {
     RemoveTree(folder);
@@ -73,27 +74,60 @@ void MakePracticeFolders(bool with_download = true) {
   }
 }
 
-// A copy of the library in a fresh folder of its own, so that the exchange
-// is the practice's first (session 1) and its log starts anew.
-std::wstring FreshLibrary(const char* name) {
-  const std::wstring dir =
-      WindowsPath((std::string(KDZV_HOST_WORK_DIR) + "/pictures-" + name).c_str());
-  return CopyLibraryInto(dir);
-}
+// Each picture: the German locale checked, the practice's folders made, and
+// an interface object with the practice's settings from a copy of the
+// library in a fresh folder of its own, so that the exchange is the
+// practice's first (session 1) and its log starts anew.
+class ComPictures : public ::testing::Test {
+ protected:
+  struct Practice {
+    const char* name;
+    bool with_download = true;
+    const wchar_t* system_name = L"";
+    const wchar_t* last_session = nullptr;  // in the configuration file beside it
+  };
 
-void PutPracticeSettings(const Obj& zv, const wchar_t* system_name = L"") {
-  const Obj settings = zv.GetObj(L"Settings");
-  ASSERT_TRUE(settings);
-  ASSERT_EQ(settings.Put(L"DownloadPath", kDown), S_OK);
-  ASSERT_EQ(settings.Put(L"UploadPath", kUp), S_OK);
-  ASSERT_EQ(settings.Put(L"AblagePath", kDepot), S_OK);
-  ASSERT_EQ(settings.Put(L"FilePraefix", L"HX"), S_OK);
-  ASSERT_EQ(settings.Put(L"SystemName", system_name), S_OK);
-  ASSERT_EQ(settings.Put(L"SlowSync", false), S_OK);
-  ASSERT_EQ(settings.Put(L"DoLog", true), S_OK);
-  ASSERT_EQ(settings.Put(L"TimeoutSeconds", 60), S_OK);
-  ASSERT_EQ(settings.Put(L"PatIdentKriterium", 0), S_OK);
-}
+  void Open(const Practice& practice) {
+    ASSERT_TRUE(GermanLocale());
+    ASSERT_NO_FATAL_FAILURE(MakePracticeFolders(practice.with_download));
+    library_ = CopyLibraryInto(
+        WindowsPath((std::string(KDZV_HOST_WORK_DIR) + "/pictures-" + practice.name).c_str()));
+    ASSERT_FALSE(library_.empty());
+    if (practice.last_session != nullptr) {
+      const std::wstring configuration = library_.substr(0, library_.size() - 3) + L"cfg";
+      ASSERT_TRUE(::WritePrivateProfileStringW(L"SESSION", L"LastSessionID",
+                                               practice.last_session, configuration.c_str()));
+      ::WritePrivateProfileStringW(nullptr, nullptr, nullptr, configuration.c_str());
+    }
+    copy_ = std::make_unique<LibraryCopy>(library_);
+    zv_ = copy_->NewInterface();
+    ASSERT_TRUE(zv_);
+    const Obj settings = zv_.GetObj(L"Settings");
+    ASSERT_TRUE(settings);
+    ASSERT_EQ(settings.Put(L"DownloadPath", kDown), S_OK);
+    ASSERT_EQ(settings.Put(L"UploadPath", kUp), S_OK);
+    ASSERT_EQ(settings.Put(L"AblagePath", kDepot), S_OK);
+    ASSERT_EQ(settings.Put(L"FilePraefix", L"HX"), S_OK);
+    ASSERT_EQ(settings.Put(L"SystemName", practice.system_name), S_OK);
+    ASSERT_EQ(settings.Put(L"SlowSync", false), S_OK);
+    ASSERT_EQ(settings.Put(L"DoLog", true), S_OK);
+    ASSERT_EQ(settings.Put(L"TimeoutSeconds", 60), S_OK);
+    ASSERT_EQ(settings.Put(L"PatIdentKriterium", 0), S_OK);
+  }
+
+  // The object goes before its library.
+  void TearDown() override {
+    zv_ = Obj();
+    copy_.reset();
+  }
+
+  std::wstring library_;
+  std::unique_ptr<LibraryCopy> copy_;
+  Obj zv_;
+
+ public:
+  const Obj& zv() const { return zv_; }
+};
 
 // What the host's timer does while the library's call runs (the library's
 // windows and boxes pump the thread's messages): `step` is called on each
@@ -151,14 +185,14 @@ HWND OwnBox() {
   return box != nullptr && ::IsWindowVisible(box) ? box : nullptr;
 }
 
-TEST(ComPictures, TheCaptionButtonsSymbolFontAndTheDialogsFontAreInstalled) {
+TEST_F(ComPictures, TheCaptionButtonsSymbolFontAndTheDialogsFontAreInstalled) {
   // Without the symbol font the caption's buttons show letters, and
   // SaveWindowPicture refuses.
   EXPECT_TRUE(FontInstalled(L"Marlett"));
   EXPECT_TRUE(FontInstalled(L"Tahoma"));
 }
 
-TEST(ComPictures, TheLocaleIsGerman) {
+TEST_F(ComPictures, TheLocaleIsGerman) {
   EXPECT_TRUE(GermanLocale());
   EXPECT_EQ(PRIMARYLANGID(::GetUserDefaultUILanguage()), LANG_GERMAN);
 }
@@ -166,15 +200,9 @@ TEST(ComPictures, TheLocaleIsGerman) {
 // The sync window in the middle of the practice's morning exchange, when
 // the first answer is written: practitioners, treatments, appointments with
 // names, the answer's path.
-TEST(ComPictures, SyncWindow) {
-  ASSERT_TRUE(GermanLocale());
-  MakePracticeFolders();
-  const std::wstring library = FreshLibrary("sync-window");
-  ASSERT_FALSE(library.empty());
-  LibraryCopy copy(library);
-  Obj zv = copy.NewInterface();
-  ASSERT_TRUE(zv);
-  PutPracticeSettings(zv);
+TEST_F(ComPictures, SyncWindow) {
+  ASSERT_NO_FATAL_FAILURE(Open({"sync-window"}));
+  Obj& zv = zv_;
 
   std::vector<std::wstring> log_lines;
   long next_id = 1;
@@ -220,7 +248,7 @@ TEST(ComPictures, SyncWindow) {
   });
   ASSERT_NE(Connect(zv, sink), 0u);
 
-  const std::wstring work = library.substr(0, library.rfind(L'\\'));
+  const std::wstring work = library_.substr(0, library_.rfind(L'\\'));
   const std::wstring agent_out = work + L"\\agent.out";
   HANDLE agent = StartWithOutput(
       L"\"" + WindowsPath(KDZV_ZVAGENT_PATH) + L"\" --upload " + kUp + L" --download " + kDown +
@@ -260,15 +288,9 @@ TEST(ComPictures, SyncWindow) {
 
 // The sync window with the cancel question open: the service has not
 // answered yet, and the user presses Abbruch.
-TEST(ComPictures, CancelQuestion) {
-  ASSERT_TRUE(GermanLocale());
-  MakePracticeFolders();
-  const std::wstring library = FreshLibrary("cancel-question");
-  ASSERT_FALSE(library.empty());
-  LibraryCopy copy(library);
-  Obj zv = copy.NewInterface();
-  ASSERT_TRUE(zv);
-  PutPracticeSettings(zv);
+TEST_F(ComPictures, CancelQuestion) {
+  ASSERT_NO_FATAL_FAILURE(Open({"cancel-question"}));
+  Obj& zv = zv_;
 
   bool pressed = false, picture_taken = false;
   int box_seen_at = 0;
@@ -325,15 +347,9 @@ TEST(ComPictures, CancelQuestion) {
 }
 
 // The error box of StartSync when the download folder is missing.
-TEST(ComPictures, MissingFolder) {
-  ASSERT_TRUE(GermanLocale());
-  MakePracticeFolders(/*with_download=*/false);
-  const std::wstring library = FreshLibrary("missing-folder");
-  ASSERT_FALSE(library.empty());
-  LibraryCopy copy(library);
-  Obj zv = copy.NewInterface();
-  ASSERT_TRUE(zv);
-  PutPracticeSettings(zv);
+TEST_F(ComPictures, MissingFolder) {
+  ASSERT_NO_FATAL_FAILURE(Open({"missing-folder", /*with_download=*/false}));
+  Obj& zv = zv_;
 
   int box_seen_at = 0;
   bool picture_taken = false;
@@ -365,22 +381,8 @@ TEST(ComPictures, MissingFolder) {
 }
 
 // The settings dialog in one mode, as it opens with the practice's
-// settings; left with Abbruch.
-void TakeSettingsPicture(bool service_side, const wchar_t* name) {
-  ASSERT_TRUE(GermanLocale());
-  MakePracticeFolders();
-  const std::wstring library = FreshLibrary(service_side ? "settings-service" : "settings");
-  ASSERT_FALSE(library.empty());
-  // A practice that has synchronised for a while.
-  const std::wstring configuration = library.substr(0, library.size() - 3) + L"cfg";
-  ASSERT_TRUE(::WritePrivateProfileStringW(L"SESSION", L"LastSessionID", L"17",
-                                           configuration.c_str()));
-  ::WritePrivateProfileStringW(nullptr, nullptr, nullptr, configuration.c_str());
-  LibraryCopy copy(library);
-  Obj zv = copy.NewInterface();
-  ASSERT_TRUE(zv);
-  PutPracticeSettings(zv, service_side ? L"PRAXIS-WEISS" : L"");
-
+// settings (opened by `test`); left with Abbruch.
+void TakeSettingsPicture(ComPictures& test, bool service_side, const wchar_t* name) {
   int seen_at = 0;
   bool picture_taken = false;
   size_t colours = 0;
@@ -399,8 +401,7 @@ void TakeSettingsPicture(bool service_side, const wchar_t* name) {
         ::PostMessageW(::GetDlgItem(dialog, IDCANCEL), BM_CLICK, 0, 0);
         return true;
       },
-      [&] { return zv.Call(L"ShowSettings", {Var::Missing(), Var(service_side)}); });
-  zv = Obj();
+      [&] { return test.zv().Call(L"ShowSettings", {Var::Missing(), Var(service_side)}); });
 
   ASSERT_EQ(shown.hr, S_OK);
   EXPECT_EQ(caption, L"Schnittstellen-Einstellungen für Zentavo");
@@ -409,10 +410,15 @@ void TakeSettingsPicture(bool service_side, const wchar_t* name) {
   EXPECT_GT(colours, 8u);
 }
 
-TEST(ComPictures, SettingsDialog) { TakeSettingsPicture(false, L"settings-dialog.png"); }
+// A practice that has synchronised for a while.
+TEST_F(ComPictures, SettingsDialog) {
+  ASSERT_NO_FATAL_FAILURE(Open({"settings", true, L"", L"17"}));
+  TakeSettingsPicture(*this, false, L"settings-dialog.png");
+}
 
-TEST(ComPictures, SettingsDialogServiceSide) {
-  TakeSettingsPicture(true, L"settings-dialog-service.png");
+TEST_F(ComPictures, SettingsDialogServiceSide) {
+  ASSERT_NO_FATAL_FAILURE(Open({"settings-service", true, L"PRAXIS-WEISS", L"17"}));
+  TakeSettingsPicture(*this, true, L"settings-dialog-service.png");
 }
 
 }  // namespace
