@@ -27,9 +27,7 @@
 #include "library_calls.h"
 #include "library_copy.h"
 #include "message_boxes.h"
-#include "screenshot.h"
 #include "support/log_texts.h"
-#include "support/own_window.h"
 
 namespace kdzv::host {
 namespace {
@@ -111,12 +109,6 @@ TEST_P(ComExchange, AgentAndLibraryAgree) {
     std::map<std::string, int> events;
     std::vector<std::wstring> log_lines;
     long next_termin = 1, next_behandler = 1, next_attribute = 1;
-    // The first exchange leaves a picture of the sync window, taken when the
-    // first answer is written, in the build folder.
-    const bool take_picture = std::string(exchange.scenario) == "first-booking";
-    bool picture_taken = false;
-    size_t picture_colours = 0;
-    const std::wstring picture = WindowsPath(KDZV_SCREENSHOT_DIR) + L"\\sync-window.png";
     auto* sink = new EventSink(EventInterfaceOf(zv), [&](DISPID id, DISPPARAMS& args) {
       switch (id) {
         case 1: {  // OnTermin
@@ -135,14 +127,6 @@ TEST_P(ComExchange, AgentAndLibraryAgree) {
           ++events["OnSyncLog"];
           log_lines.emplace_back(*V_BSTRREF(&args.rgvarg[0]),
                                  ::SysStringLen(*V_BSTRREF(&args.rgvarg[0])));
-          if (take_picture && !picture_taken &&
-              log_lines.back().find(L"HX1_5.xml") != std::wstring::npos) {
-            // As a host's DoEvents would: the window shows what it was given.
-            PumpFor(300);
-            HWND window = kdzv::test::FindOwnWindow(L"kdZentavoSyncWindow");
-            ::CreateDirectoryW(WindowsPath(KDZV_SCREENSHOT_DIR).c_str(), nullptr);
-            picture_taken = window != nullptr && SaveWindowPicture(window, picture, &picture_colours);
-          }
           return S_OK;
         case 3: {  // OnCalendar
           ++events["OnCalendar"];
@@ -199,10 +183,6 @@ TEST_P(ComExchange, AgentAndLibraryAgree) {
     EXPECT_EQ(events["other"], 0);
     EXPECT_GT(events["OnSyncLog"], 0);
     for (const std::wstring& text : boxes.Texts()) ADD_FAILURE() << "box: " << Narrow(text);
-    if (take_picture) {
-      EXPECT_TRUE(picture_taken) << "no picture of the sync window";
-      EXPECT_GT(picture_colours, 8u) << "the picture of the sync window is blank";
-    }
     sink->Release();
     // Every object of the exchange is gone with the host's last reference.
     zv = Obj();

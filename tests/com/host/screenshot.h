@@ -4,6 +4,7 @@
 
 #include <windows.h>
 
+#include <initializer_list>
 #include <string>
 
 namespace kdzv::host {
@@ -16,6 +17,11 @@ bool FontInstalled(const wchar_t* face);
 // missing, so that they would show as letters. `distinct_colours` receives how many colours the picture has
 // (a blank capture has one).
 bool SaveWindowPicture(HWND window, const std::wstring& path, size_t* distinct_colours = nullptr);
+
+// The same for the smallest rectangle that holds all of `windows` (a window
+// with the message box open over it).
+bool SaveWindowsPicture(std::initializer_list<HWND> windows, const std::wstring& path,
+                        size_t* distinct_colours = nullptr);
 
 }  // namespace kdzv::host
 
