@@ -111,7 +111,10 @@ void kdZVInterface::HandleDownFile(clZVUpDownFile& received, bool& send_reply,
     }
 
     // 3. Appointments to add.
-    for (const auto& item : received.AddTerminCol()) {
+    // Each received appointment goes once it is handled (so do those to
+    // replace and delete below): a slow sync of a whole calendar is not
+    // held beside its answer.
+    received.AddTerminCol().Drain([&](const auto& item) {
       auto record = std::make_shared<kdZVTermin>();
       matching_.CopyZVTerminToHXTermin(*item->Termin, *record);
       record->TerminCommand = Termin_Add;
@@ -119,7 +122,7 @@ void kdZVInterface::HandleDownFile(clZVUpDownFile& received, bool& send_reply,
       int32_t retVal = 0;
       host_.OnTermin(record, retVal);
       WriteLogLine("-> OnTermin() returned " + Returned(retVal));
-      if (!record || record->IgnoreIt) continue;
+      if (!record || record->IgnoreIt) return;
       answer.StatusCol().Add("Add", "", std::to_string(item->CmdID), msg_ref, "201", "");
       if (retVal != 0) {
         WriteLogLine("-> mHXTermin.TerminIDHX=" + record->TerminIDHX);
@@ -137,10 +140,10 @@ void kdZVInterface::HandleDownFile(clZVUpDownFile& received, bool& send_reply,
         answer.ReplaceTerminCol().Add(StatusReplace(*item->Termin, *record, "ProviderCanceled"),
                                       0, true);
       }
-    }
+    });
 
     // 4. Appointments to replace.
-    for (const auto& item : received.ReplaceTerminCol()) {
+    received.ReplaceTerminCol().Drain([&](const auto& item) {
       auto record = std::make_shared<kdZVTermin>();
       matching_.CopyZVTerminToHXTermin(*item->Termin, *record);
       record->TerminCommand = Termin_Replace;
@@ -148,7 +151,7 @@ void kdZVInterface::HandleDownFile(clZVUpDownFile& received, bool& send_reply,
       int32_t retVal = 0;
       host_.OnTermin(record, retVal);
       WriteLogLine("-> OnTermin() returned " + Returned(retVal));
-      if (!record || record->IgnoreIt) continue;
+      if (!record || record->IgnoreIt) return;
       if (retVal != 0) {
         answer.StatusCol().Add("Replace", "", std::to_string(item->CmdID), msg_ref, "200",
                                "Replace positiv bestaetigt... (RS)");
@@ -162,10 +165,10 @@ void kdZVInterface::HandleDownFile(clZVUpDownFile& received, bool& send_reply,
         answer.StatusCol().Add("Replace", "", std::to_string(item->CmdID), msg_ref, "200",
                                "Replace fehlgeschlagen. Trotzdem '200' geschrieben (RS)");
       }
-    }
+    });
 
     // 5. Appointments to delete. The service sends its own id first.
-    for (const auto& item : received.DeleteTerminCol()) {
+    received.DeleteTerminCol().Drain([&](const auto& item) {
       auto record = std::make_shared<kdZVTermin>();
       record->TerminIDZV = item->TerminKey->TerminKeySource;
       record->TerminIDHX = item->TerminKey->TerminKeyTarget;
@@ -174,10 +177,10 @@ void kdZVInterface::HandleDownFile(clZVUpDownFile& received, bool& send_reply,
       int32_t retVal = 0;
       host_.OnTermin(record, retVal);
       WriteLogLine("-> OnTermin() returned " + Returned(retVal));
-      if (!record || record->IgnoreIt) continue;
+      if (!record || record->IgnoreIt) return;
       answer.StatusCol().Add("Delete", "", std::to_string(item->CmdID), msg_ref,
                              retVal != 0 ? "200" : "211", "");
-    }
+    });
 
     // 6. Opening times.
     if (received.OpeningTimeRequested()) {

@@ -64,6 +64,9 @@ void kdZVInterface::mSyncForm_OnNewFile(int32_t& retVal, const std::string& strF
     std::unique_ptr<clZVUpDownFile> answer = NewMessage();
     bool send_reply = false;
     HandleDownFile(*received, send_reply, *answer);
+    // What was received is handled: its items go before the answer's text
+    // is made, so that a large message is not held three ways at once.
+    received.reset();
     if (session_end_) Info("Session kann abgeschlossen werden. Keine weiteren Kommandos.");
 
     if (send_reply) {

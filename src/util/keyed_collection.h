@@ -78,6 +78,22 @@ class KeyedCollection {
   void Remove(const std::string& key) { Remove(std::string_view(key)); }
   void Remove(const IndexOrKey& index_or_key) { Erase(Locate(index_or_key)); }
 
+  // Hands every element, in order, to `each(pointer)` and lets go of each
+  // one as soon as `each` has returned (unless `each` kept it): the
+  // collection is empty from the start. For a large collection that is gone
+  // through once, whose elements should go one by one rather than all at the
+  // end. If `each` raises, the elements not yet handed over go with it.
+  template <class Each>
+  void Drain(Each&& each) {
+    std::vector<Entry> entries = std::move(entries_);
+    entries_.clear();
+    index_.clear();
+    for (Entry& entry : entries) {
+      Pointer item = std::move(entry.item);
+      each(item);
+    }
+  }
+
   void Clear() {
     entries_.clear();
     index_.clear();

@@ -46,6 +46,33 @@ TEST(KeyedCollection, PositionsStartAtOneInInsertionOrder) {
   EXPECT_EQ(seen, (std::vector<int>{10, 20, 30}));
 }
 
+TEST(KeyedCollection, DrainHandsOverInOrderAndLetsGoOfEachAtOnce) {
+  KeyedCollection<Thing> c;
+  c.Add(Make(10));
+  c.Add(Make(20), "b");
+  c.Add(Make(30), "c");
+  std::weak_ptr<Thing> first = c.Item(1);
+  std::weak_ptr<Thing> keyed = c.Item("b");
+  std::vector<int> seen;
+  std::vector<bool> first_alive;
+  std::shared_ptr<Thing> kept;
+  c.Drain([&](const std::shared_ptr<Thing>& item) {
+    seen.push_back(item->value);
+    first_alive.push_back(!first.expired());
+    if (item->value == 30) kept = item;
+  });
+  EXPECT_EQ(seen, (std::vector<int>{10, 20, 30}));
+  // The first one is gone before the second is handed over.
+  EXPECT_EQ(first_alive, (std::vector<bool>{true, false, false}));
+  EXPECT_TRUE(keyed.expired());  // the key held it no longer
+  ASSERT_NE(kept, nullptr);       // what the caller kept stays
+  EXPECT_EQ(kept->value, 30);
+  EXPECT_EQ(c.Count(), 0);
+  EXPECT_FALSE(c.Contains("c"));
+  c.Add(Make(40), "c");  // the keys are free again
+  EXPECT_EQ(c.Item("c")->value, 40);
+}
+
 TEST(KeyedCollection, PositionOutsideRangeIsSubscriptOutOfRange) {
   KeyedCollection<Thing> c;
   EXPECT_EQ(ErrorNumberOf([&] { c.Item(1); }), 9);
