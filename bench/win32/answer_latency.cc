@@ -36,6 +36,7 @@
 #include <thread>
 #include <vector>
 
+#include "bench_ports.h"
 #include "cli/hosts.h"
 #include "exchange/kd_zv_interface.h"
 #include "interface/process.h"
@@ -169,26 +170,11 @@ class SilentWindows : public SyncWindowPlatform {
     return real_.CreateTimer(std::move(on_tick));
   }
   std::unique_ptr<SyncWindowView> CreateView(SyncWindowInput&) override {
-    return std::make_unique<View>();
+    return std::make_unique<bench::SilentView>();
   }
 
  private:
-  class View : public SyncWindowView {
-   public:
-    void Show(intptr_t) override {}
-    void Close() override {}
-    void ClearLog() override {}
-    void AppendLog(std::string_view) override {}
-    bool AskYesNo(std::string_view) override { return true; }
-  };
   SyncWindowPlatform& real_;
-};
-
-class OkBoxes : public UserInterface {
- public:
-  int32_t ShowMessageBox(std::string_view, int32_t, std::string_view) override {
-    return msgbox::kOk;
-  }
 };
 
 double Percentile(std::vector<double> values, double p) {
@@ -210,7 +196,7 @@ bool RunCase(const std::string& name, bool notify, Writer writer, int round_trip
   const std::string config = (root / "kdZentavo.cfg").string();
   std::ofstream(config) << "[WATCH]\r\nChangeNotification=" << (notify ? 1 : 0) << "\r\n";
   process::SetFilePaths((root / "kdZentavo.log").string(), config);
-  OkBoxes boxes;
+  bench::OkUserInterface boxes;
   process::SetMessageBoxes(&boxes);
   std::ostringstream out;
   AcceptingHost host(out);
