@@ -154,6 +154,7 @@ InterfaceObject* InterfaceObject::Create(HRESULT& hr) {
                                system.xml_parser,  *window,            *pump};
     object->core_ = std::make_unique<kdZVInterface>(ports, *object.get());
     object->core_->SetSettingsDialog(SettingsDialogs());
+    object->core_->SetFolderChanges(HeadlessFolderChanges());
   } catch (...) {
     hr = E_OUTOFMEMORY;
     return nullptr;

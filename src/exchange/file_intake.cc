@@ -30,7 +30,7 @@ void kdZVInterface::mSyncForm_OnNewFile(int32_t& retVal, const std::string& strF
       PutAwayUnlessHeld(retVal, strFilename, full_path);
       return;
     }
-    const std::string expected = stem + NextNumberText(session_->MsgID) + ".xml";
+    const std::string expected = ExpectedAnswerName();
     if (ToUpper(strFilename) != ToUpper(expected)) {
       Warn("Die Datei gehört zwar zu aktuellen Session, hat aber keine korrekte Msg-ID. "
            "Erwartete Datei: '" +
@@ -88,6 +88,10 @@ void kdZVInterface::mSyncForm_OnNewFile(int32_t& retVal, const std::string& strF
   } catch (...) {
     ReportCurrentError(kInterfaceModuleName, "mSyncForm_OnNewFile", "File=" + full_path);
   }
+}
+
+std::string kdZVInterface::ExpectedAnswerName() const {
+  return session_file_base_ + NextNumberText(session_->MsgID) + ".xml";
 }
 
 // A file that is not the expected answer is put away like a processed one,

@@ -38,6 +38,7 @@ kdZVInterface::kdZVInterface(const InterfacePorts& ports, HostEvents& host)
 
 kdZVInterface::~kdZVInterface() {
   change_watch_.reset();
+  held_probe_timer_.reset();
   settings_form_.reset();
   if (sync_form_) {
     sync_form_->Unload();

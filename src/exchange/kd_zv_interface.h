@@ -64,6 +64,10 @@ class kdZVInterface : public ErrorLogTarget,
   // How long the download folder must be quiet after a notified change
   // before the watch looks (a file written in pieces gives one look).
   static constexpr int32_t kChangeSettleMs = 15;
+  // Where the system does not tell when a writer closes a file: how long
+  // after a notification that found the expected answer still held by its
+  // writer it is probed again (three times, then it is left to the poll).
+  static constexpr int32_t kHeldProbeAfterMs[] = {20, 50, 100};
 
   // Becomes the active interface; reads settings, matching rules and
   // housekeeping rules. The
@@ -140,6 +144,16 @@ class kdZVInterface : public ErrorLogTarget,
   // (watch_changes.cc).
   void WatchForChanges(const std::string& folder);
   void OnFolderChanged();
+  // Whether the watch waits for a file (not while one is handled, nor after
+  // the exchange).
+  bool WatchWaits() const;
+  // The expected answer's full path when its writer still holds it open;
+  // empty otherwise.
+  std::string HeldExpectedAnswer();
+  void ProbeHeldAnswerLater(size_t probe);
+  void OnHeldAnswerProbe();
+  // The name of the answer the running session waits for.
+  std::string ExpectedAnswerName() const;
   void GenerateSyncHeader(clZVUpDownFile& message);
   // File intake.
   void mSyncForm_OnNewFile(int32_t& retVal, const std::string& strFilename);
@@ -180,6 +194,10 @@ class kdZVInterface : public ErrorLogTarget,
   // Last: it goes first, so that no notification reaches a half-destroyed
   // object.
   std::unique_ptr<FolderChangeWatch> change_watch_;
+  // The one-shot timer of the probes of a held answer, and the probe it
+  // waits for (an index into kHeldProbeAfterMs).
+  std::unique_ptr<WindowTimer> held_probe_timer_;
+  size_t held_probe_ = 0;
 };
 
 }  // namespace kdzv

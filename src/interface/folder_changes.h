@@ -28,6 +28,12 @@ class FolderChanges {
   virtual std::unique_ptr<FolderChangeWatch> Watch(const std::string& folder, int32_t settle_ms,
                                                    std::function<void()> on_change,
                                                    std::string& reason) = 0;
+  // Whether a file written in place is told once its writer closes it (as
+  // inotify's IN_CLOSE_WRITE does). When not (Windows tells each write but
+  // not the close), a notification may come while the writer still holds
+  // the file, and the wait probes it again a few times before it leaves it
+  // to the poll.
+  virtual bool TellsWhenWriterCloses() const { return true; }
 };
 
 }  // namespace kdzv

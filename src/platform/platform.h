@@ -38,7 +38,8 @@ SystemPorts& System();
 SyncWindowPlatform* HeadlessWindowPlatform();
 MessagePump* HeadlessMessagePump();
 // The notifications of folder changes that belong to that message loop: on
-// Linux inotify in the event loop; none (null) on Windows yet.
+// Linux inotify in the event loop; on Windows change notification handles
+// in the pump's wait.
 FolderChanges* HeadlessFolderChanges();
 // The settings dialog of this system: a real dialog on Windows; none on
 // Linux (null), where zvsync edits the settings on the command line.

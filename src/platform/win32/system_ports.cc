@@ -54,8 +54,7 @@ win32::Win32WindowPlatform& Windows() {
 
 SyncWindowPlatform* HeadlessWindowPlatform() { return &Windows(); }
 MessagePump* HeadlessMessagePump() { return &Windows(); }
-// Not yet on Windows: the download folder is polled only.
-FolderChanges* HeadlessFolderChanges() { return nullptr; }
+FolderChanges* HeadlessFolderChanges() { return &Windows(); }
 SettingsDialogPlatform* SettingsDialogs() {
   static win32::Win32SettingsDialogPlatform dialogs;
   return &dialogs;

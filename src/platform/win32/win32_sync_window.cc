@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <map>
 #include <mutex>
 #include <string>
@@ -30,6 +31,27 @@ struct TimerState {
   bool running = false;  // a Win32 timer is set for it
 };
 
+// One folder watch. The change handle is closed when its watch object goes
+// (or when Windows stops re-arming it); the state may live on a moment in
+// the pump's hands.
+struct Win32WindowPlatform::WatchState {
+  using Clock = std::chrono::steady_clock;
+
+  ~WatchState() { Close(); }
+  void Close() {
+    if (handle != INVALID_HANDLE_VALUE) ::FindCloseChangeNotification(handle);
+    handle = INVALID_HANDLE_VALUE;
+  }
+
+  HANDLE handle = INVALID_HANDLE_VALUE;  // from FindFirstChangeNotificationW
+  DWORD thread = 0;                      // the thread whose pump waits for it
+  std::function<void()> on_change;
+  Clock::duration settle{};
+  bool settling = false;  // a change was told and its settle time runs
+  Clock::time_point due{};
+  bool alive = true;  // false once its watch object is gone
+};
+
 struct Win32WindowPlatform::Shared {
   QuestionBox ask;
   // Guards helpers and timers, which the hidden windows of several threads
@@ -43,6 +65,7 @@ struct Win32WindowPlatform::Shared {
   // exchange started inside another one's wait shows its window over the
   // first, and when it closes, the first is the shown one again.
   std::vector<Win32SyncView*> shown;
+  std::vector<std::weak_ptr<Win32WindowPlatform::WatchState>> watches;
   bool quit_held = false;  // a WM_QUIT taken out of the queue, to go back
   WPARAM quit_code = 0;
   uint64_t rounds = 0;
@@ -235,6 +258,40 @@ class Win32Timer : public WindowTimer {
 
   std::shared_ptr<TimerState> state_;
 };
+
+using WatchState = Win32WindowPlatform::WatchState;
+
+class Win32FolderWatch : public FolderChangeWatch {
+ public:
+  explicit Win32FolderWatch(std::shared_ptr<WatchState> state) : state_(std::move(state)) {}
+  ~Win32FolderWatch() override {
+    state_->alive = false;
+    state_->settling = false;
+    state_->Close();
+  }
+  Win32FolderWatch(const Win32FolderWatch&) = delete;
+  Win32FolderWatch& operator=(const Win32FolderWatch&) = delete;
+
+ private:
+  std::shared_ptr<WatchState> state_;
+};
+
+// The watches of the calling thread that still live (dropping the gone
+// ones from `watches`).
+std::vector<std::shared_ptr<WatchState>> LiveWatchesOfThisThread(
+    std::vector<std::weak_ptr<WatchState>>& watches) {
+  const DWORD thread = ::GetCurrentThreadId();
+  std::vector<std::shared_ptr<WatchState>> live;
+  std::vector<std::weak_ptr<WatchState>> kept;
+  for (const auto& weak : watches) {
+    auto state = weak.lock();
+    if (!state || !state->alive) continue;
+    kept.push_back(state);
+    if (state->thread == thread) live.push_back(std::move(state));
+  }
+  watches = std::move(kept);
+  return live;
+}
 
 }  // namespace
 
@@ -882,14 +939,81 @@ bool Win32WindowPlatform::DispatchPending() {
   return any;
 }
 
+std::unique_ptr<FolderChangeWatch> Win32WindowPlatform::Watch(const std::string& folder,
+                                                              int32_t settle_ms,
+                                                              std::function<void()> on_change,
+                                                              std::string& reason) {
+  auto state = std::make_shared<WatchState>();
+  const std::wstring wide = Widen(folder);
+  state->handle = ::FindFirstChangeNotificationW(
+      wide.c_str(), FALSE, FILE_NOTIFY_CHANGE_FILE_NAME | FILE_NOTIFY_CHANGE_LAST_WRITE);
+  if (state->handle == INVALID_HANDLE_VALUE) {
+    reason = "FindFirstChangeNotificationW: " + SystemText(::GetLastError());
+    return nullptr;
+  }
+  state->thread = ::GetCurrentThreadId();
+  state->on_change = std::move(on_change);
+  state->settle = std::chrono::milliseconds(std::max<int32_t>(settle_ms, 0));
+  shared_->watches.push_back(state);
+  return std::make_unique<Win32FolderWatch>(std::move(state));
+}
+
+std::vector<std::shared_ptr<WatchState>> Win32WindowPlatform::ReadWatches() {
+  std::vector<std::shared_ptr<WatchState>> live = LiveWatchesOfThisThread(shared_->watches);
+  for (const auto& watch : live) {
+    if (watch->handle == INVALID_HANDLE_VALUE) continue;
+    if (::WaitForSingleObject(watch->handle, 0) != WAIT_OBJECT_0) continue;
+    // What changed does not matter (the tick looks at the folder): only
+    // that something did. A handle that cannot be re-armed (the folder is
+    // gone) would stay signalled: it is closed, and the poll alone is left.
+    if (!::FindNextChangeNotification(watch->handle)) watch->Close();
+    watch->settling = true;
+    watch->due = WatchState::Clock::now() + watch->settle;
+  }
+  return live;
+}
+
+bool Win32WindowPlatform::RunSettledWatches() {
+  bool ran = false;
+  for (const auto& watch : LiveWatchesOfThisThread(shared_->watches)) {
+    // An earlier callback may have ended this watch.
+    if (!watch->alive || !watch->settling || watch->due > WatchState::Clock::now()) continue;
+    watch->settling = false;
+    ran = true;
+    watch->on_change();
+  }
+  return ran;
+}
+
 void Win32WindowPlatform::RunPending(int32_t max_wait_ms) {
   ++shared_->rounds;
-  if (DispatchPending()) return;
+  ReadWatches();
+  const bool dispatched = DispatchPending();
+  if (RunSettledWatches() || dispatched) return;
   if (max_wait_ms <= 0) return;
+
+  // The wait ends at a message, a folder change, the end of a settle time
+  // or after `max_wait_ms`.
+  std::vector<HANDLE> handles;
+  auto wait = std::chrono::milliseconds(max_wait_ms);
+  const auto now = WatchState::Clock::now();
+  for (const auto& watch : ReadWatches()) {
+    if (watch->settling) {
+      const auto left = std::chrono::ceil<std::chrono::milliseconds>(watch->due - now);
+      wait = std::min(wait, std::max(left, std::chrono::milliseconds(0)));
+    }
+    if (watch->handle != INVALID_HANDLE_VALUE && handles.size() < MAXIMUM_WAIT_OBJECTS - 1) {
+      handles.push_back(watch->handle);
+    }
+  }
   ++shared_->waits;
-  ::MsgWaitForMultipleObjectsEx(0, nullptr, static_cast<DWORD>(max_wait_ms), QS_ALLINPUT,
+  ::MsgWaitForMultipleObjectsEx(static_cast<DWORD>(handles.size()),
+                                handles.empty() ? nullptr : handles.data(),
+                                static_cast<DWORD>(wait.count()), QS_ALLINPUT,
                                 MWMO_INPUTAVAILABLE);
+  ReadWatches();
   DispatchPending();
+  RunSettledWatches();
 }
 
 uint64_t Win32WindowPlatform::Rounds() const { return shared_->rounds; }

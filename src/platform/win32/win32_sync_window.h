@@ -30,8 +30,11 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <string>
 #include <string_view>
+#include <vector>
 
+#include "interface/folder_changes.h"
 #include "syncwindow/window_ports.h"
 
 namespace kdzv::win32 {
@@ -75,7 +78,7 @@ using QuestionBox = std::function<bool(HWND owner, std::string_view question)>;
 // that what asked it (Ctrl+C, the close box) is taken as meant.
 bool AskWithMessageBox(HWND owner, std::string_view question);
 
-class Win32WindowPlatform : public SyncWindowPlatform, public MessagePump {
+class Win32WindowPlatform : public SyncWindowPlatform, public MessagePump, public FolderChanges {
  public:
   explicit Win32WindowPlatform(QuestionBox ask = AskWithMessageBox);
   ~Win32WindowPlatform() override;
@@ -97,10 +100,23 @@ class Win32WindowPlatform : public SyncWindowPlatform, public MessagePump {
   std::unique_ptr<WindowTimer> CreateTimer(std::function<void()> on_tick) override;
   std::unique_ptr<SyncWindowView> CreateView(SyncWindowInput& input) override;
 
-  // MessagePump: dispatches every message pending for this thread; when
-  // none was, waits for the next (MsgWaitForMultipleObjectsEx, no spinning)
-  // at most `max_wait_ms`, and dispatches what came.
+  // MessagePump: dispatches every message pending for this thread and
+  // runs this thread's folder watches whose settle time has passed; when
+  // there was nothing, waits for the next message, folder change or end of
+  // a settle time (MsgWaitForMultipleObjectsEx, no spinning) at most
+  // `max_wait_ms`, and dispatches and runs what came.
   void RunPending(int32_t max_wait_ms) override;
+
+  // FolderChanges, with FindFirstChangeNotificationW (file names and last
+  // write) on the folder alone. A watch belongs to the thread that made it:
+  // only that thread's RunPending waits for it and runs its callback. Every
+  // write is told, a writer closing its file is not. Fails when the folder
+  // is missing or is no folder, or the system refuses (a share that does
+  // not support notifications); `reason` then names the Windows error.
+  std::unique_ptr<FolderChangeWatch> Watch(const std::string& folder, int32_t settle_ms,
+                                           std::function<void()> on_change,
+                                           std::string& reason) override;
+  bool TellsWhenWriterCloses() const override { return false; }
 
   // Counters of the pump, for tests and diagnosis: calls of RunPending,
   // waits it made, messages it dispatched.
@@ -113,10 +129,17 @@ class Win32WindowPlatform : public SyncWindowPlatform, public MessagePump {
   static HWND WindowOf(const SyncWindowView& view);
 
   struct Shared;
+  struct WatchState;
 
  private:
   // Dispatches what is pending; true when anything was (also a WM_QUIT).
   bool DispatchPending();
+  // Takes the changes told to this thread's watches (each one (re)starts
+  // its watch's settle time); the watches of this thread that live.
+  std::vector<std::shared_ptr<WatchState>> ReadWatches();
+  // Runs this thread's watches whose settle time has passed; true when any
+  // ran.
+  bool RunSettledWatches();
 
   std::shared_ptr<Shared> shared_;
 };
