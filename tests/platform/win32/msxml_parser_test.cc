@@ -4,7 +4,6 @@
 #include <objbase.h>
 #include <windows.h>
 
-#include <fstream>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -86,27 +85,6 @@ TEST(MsxmlParserTest, ParsesRepeatedlyWithOneParser) {
     EXPECT_EQ(test::DescribeTree(*root), "SyncML{\"\" @0:SyncBody{\"\" @0:Final{\"\"}}}");
     EXPECT_FALSE(parser.ParseBytes("<SyncML>"));
   }
-}
-
-TEST(MsxmlParserTest, AFileOfExactlyTheLimitIsRead) {
-  test::TempDir dir;
-  const std::string path = dir.File("HX1_2.xml");
-  // A valid document padded with trailing white space up to the limit.
-  const std::string head = "<SyncML><Final/></SyncML>";
-  {
-    std::ofstream out(path, std::ios::binary);
-    out << head;
-    const std::string blanks(1024 * 1024, ' ');
-    size_t left = xml_limits::kMaxFileBytes - head.size();
-    while (left > 0) {
-      const size_t n = std::min(left, blanks.size());
-      out.write(blanks.data(), static_cast<std::streamsize>(n));
-      left -= n;
-    }
-  }
-  const auto root = MsxmlParser().ParseFile(path);
-  ASSERT_TRUE(root);
-  EXPECT_EQ(test::DescribeTree(*root), "SyncML{\"\" @0:Final{\"\"}}");
 }
 
 // A start tag of `count` attributes.
