@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
 
 #include "support/golden.h"
 
@@ -421,6 +422,27 @@ TEST_P(XmlParserConformance, AFileLargerThanTheLimitIsRefused) {
   // Sparse: the test writes nothing but the first bytes.
   std::filesystem::resize_file(path, xml_limits::kMaxFileBytes + 1);
   EXPECT_FALSE(parser->ParseFile(path));
+}
+
+// Read in chunks: a file of the size limit is no harder than a small one.
+TEST_P(XmlParserConformance, AFileOfExactlyTheLimitIsRead) {
+  const std::string path = dir.File("HX1_2.xml");
+  // A valid document padded with trailing white space up to the limit.
+  const std::string head = "<SyncML><Final/></SyncML>";
+  {
+    std::ofstream out(path, std::ios::binary);
+    out << head;
+    const std::string blanks(1024 * 1024, ' ');
+    size_t left = xml_limits::kMaxFileBytes - head.size();
+    while (left > 0) {
+      const size_t n = std::min(left, blanks.size());
+      out.write(blanks.data(), static_cast<std::streamsize>(n));
+      left -= n;
+    }
+  }
+  const auto root = parser->ParseFile(path);
+  ASSERT_TRUE(root);
+  EXPECT_EQ(DescribeTree(*root), "SyncML{\"\" @0:Final{\"\"}}");
 }
 
 // A start tag of `count` attributes (the first the namespace declaration).

@@ -29,8 +29,8 @@ struct XmlParserFactory {
   std::unique_ptr<XmlParser> (*make)();
   // Whether the parser accepts documents that are well-formed XML but break
   // the namespace rules (an undeclared prefix, a name with two colons, a
-  // prefix bound to nothing). Wine's DOM does; the tests of such documents
-  // (the files named namespace_* in tests/data/malformed/) are then skipped.
+  // prefix bound to nothing). The tests of such documents (the files named
+  // namespace_* in tests/data/malformed/) are then skipped.
   bool lax_namespaces;
 };
 

@@ -60,10 +60,6 @@ class UniqueVariant {
   VARIANT value_;
 };
 
-// A variant holding a one-dimensional array of the bytes of `bytes`
-// (VT_ARRAY | VT_UI1); raises "Out of memory" when it cannot be allocated.
-void SetByteArray(UniqueVariant& variant, std::string_view bytes);
-
 }  // namespace kdzv::win32
 
 #endif  // KDZV_PLATFORM_WIN32_COM_VALUES_H_

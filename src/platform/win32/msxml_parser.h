@@ -1,6 +1,8 @@
-// The XML parser port on Windows: the system's XML DOM (MSXML 3.0) loads
-// the document from the bytes that were checked, and the DOM is walked into
-// the shared tree builder.
+// The XML parser port on Windows: the SAX2 reader of the system's XML
+// library (MSXML 3.0) reads the document from a stream that hands it the
+// file in 64 KiB chunks, each checked by RawMessageCheck first, and its
+// events go into the shared tree builder. No tree of the whole document and
+// no copy of the whole file is ever made.
 #ifndef KDZV_PLATFORM_WIN32_MSXML_PARSER_H_
 #define KDZV_PLATFORM_WIN32_MSXML_PARSER_H_
 
@@ -13,7 +15,7 @@
 namespace kdzv::win32 {
 
 // Initialises COM on the calling thread for the duration of a call when it
-// is not initialised yet. Raises kdzv::Error 429 when the DOM document cannot
+// is not initialised yet. Raises kdzv::Error 429 when the SAX reader cannot
 // be created (COM or MSXML 3.0 missing): that is a broken installation, not
 // a bad file.
 class MsxmlParser : public XmlParser {

@@ -192,28 +192,6 @@ TEST(Libxml2ParserTest, ATooLargeFileIsNotRead) {
   EXPECT_LT(BytesRead() - before, 4096);
 }
 
-TEST(Libxml2ParserTest, AFileOfExactlyTheLimitIsRead) {
-  test::TempDir dir;
-  const std::string path = dir.File("HX1_2.xml");
-  // A valid document padded with trailing white space up to the limit.
-  const std::string head = "<SyncML><Final/></SyncML>";
-  {
-    std::ofstream out(path, std::ios::binary);
-    out << head;
-    const std::string blanks(1024 * 1024, ' ');
-    size_t left = xml_limits::kMaxFileBytes - head.size();
-    while (left > 0) {
-      const size_t n = std::min(left, blanks.size());
-      out.write(blanks.data(), static_cast<std::streamsize>(n));
-      left -= n;
-    }
-  }
-  Libxml2Parser parser;
-  const auto root = parser.ParseFile(path);
-  ASSERT_TRUE(root);
-  EXPECT_EQ(test::DescribeTree(*root), "SyncML{\"\" @0:Final{\"\"}}");
-}
-
 TEST(Libxml2ParserTest, AFifoIsRefusedWithoutWaiting) {
   test::TempDir dir;
   const std::string path = dir.File("HX1_2.xml");

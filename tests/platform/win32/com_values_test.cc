@@ -32,35 +32,6 @@ TEST(UniqueBstrTest, KeepsEmbeddedNul) {
   EXPECT_EQ(text.Utf8(), std::string("a\0b", 3));
 }
 
-TEST(SetByteArrayTest, HoldsTheBytes) {
-  UniqueVariant variant;
-  const std::string bytes("<a>\0\xFF</a>", 9);
-  SetByteArray(variant, bytes);
-  ASSERT_EQ(variant.get().vt, VT_ARRAY | VT_UI1);
-  SAFEARRAY* array = variant.get().parray;
-  ASSERT_NE(array, nullptr);
-  EXPECT_EQ(::SafeArrayGetDim(array), 1u);
-  LONG lower = -1;
-  LONG upper = -1;
-  ::SafeArrayGetLBound(array, 1, &lower);
-  ::SafeArrayGetUBound(array, 1, &upper);
-  EXPECT_EQ(lower, 0);
-  EXPECT_EQ(upper, 8);
-  void* data = nullptr;
-  ASSERT_EQ(::SafeArrayAccessData(array, &data), S_OK);
-  EXPECT_EQ(std::string(static_cast<const char*>(data), 9), bytes);
-  ::SafeArrayUnaccessData(array);
-}
-
-TEST(SetByteArrayTest, EmptyBytesGiveAnEmptyArray) {
-  UniqueVariant variant;
-  SetByteArray(variant, "");
-  ASSERT_EQ(variant.get().vt, VT_ARRAY | VT_UI1);
-  LONG upper = 0;
-  ::SafeArrayGetUBound(variant.get().parray, 1, &upper);
-  EXPECT_EQ(upper, -1);
-}
-
 TEST(UniqueVariantTest, PutClearsTheOldValue) {
   UniqueVariant variant;
   EXPECT_EQ(variant.get().vt, VT_EMPTY);
