@@ -39,7 +39,9 @@ class BytesParser : public kdzv::XmlParser {
 class NoFiles : public kdzv::FileSystem {
  public:
   void AppendToFile(std::string_view, std::string_view) override { __builtin_trap(); }
-  void WriteTextFile(std::string_view, std::string_view) override { __builtin_trap(); }
+  void WriteTextFileParts(std::string_view, std::span<const std::string_view>) override {
+    __builtin_trap();
+  }
   bool FolderExists(std::string_view) override { __builtin_trap(); }
   std::vector<std::string> ListFiles(std::string_view) override { __builtin_trap(); }
   std::string BuildPath(std::string_view, std::string_view) override { __builtin_trap(); }
