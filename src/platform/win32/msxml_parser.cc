@@ -114,11 +114,11 @@ class CheckedStream final : public IStream {
     *object = nullptr;
     return E_NOINTERFACE;
   }
+  // The stream lives on the stack of one parse (see Parse): the count only
+  // tells who still holds it, and nothing is deleted when it falls to 0.
   ULONG WINAPI AddRef() override { return static_cast<ULONG>(::InterlockedIncrement(&references_)); }
   ULONG WINAPI Release() override {
-    const LONG left = ::InterlockedDecrement(&references_);
-    if (left == 0) delete this;
-    return static_cast<ULONG>(left);
+    return static_cast<ULONG>(::InterlockedDecrement(&references_));
   }
 
   // Fills `size` bytes unless the document ends first; S_FALSE only when
@@ -132,7 +132,7 @@ class CheckedStream final : public IStream {
     while (given < size) {
       if (pending_.empty()) {
         if (ended_) break;
-        if (failed_ || !NextChunk()) {
+        if (failed_ || !NextChunkGuarded()) {
           failed_ = true;
           return STG_E_READFAULT;
         }
@@ -189,8 +189,18 @@ class CheckedStream final : public IStream {
     return E_NOTIMPL;
   }
 
- private:
   ~CheckedStream() = default;
+
+ private:
+  // No exception travels through the reader: a chunk that cannot be taken
+  // (memory running out in the check) fails the read like a refused one.
+  bool NextChunkGuarded() noexcept {
+    try {
+      return NextChunk();
+    } catch (...) {
+      return false;
+    }
+  }
 
   bool NextChunk() {
     std::string_view chunk;
@@ -241,11 +251,10 @@ class SaxEvents final : public ISAXContentHandler,
     AddRef();
     return S_OK;
   }
+  // Lives on the stack of one parse, as the stream does.
   ULONG WINAPI AddRef() override { return static_cast<ULONG>(::InterlockedIncrement(&references_)); }
   ULONG WINAPI Release() override {
-    const LONG left = ::InterlockedDecrement(&references_);
-    if (left == 0) delete this;
-    return static_cast<ULONG>(left);
+    return static_cast<ULONG>(::InterlockedDecrement(&references_));
   }
 
   // --- ISAXContentHandler
@@ -304,9 +313,9 @@ class SaxEvents final : public ISAXContentHandler,
   HRESULT WINAPI endCDATA() override { return S_OK; }
   HRESULT WINAPI comment(const wchar_t*, int) override { return S_OK; }
 
- private:
   ~SaxEvents() = default;
 
+ private:
   HRESULT Refuse() {
     refused_ = true;
     return E_FAIL;
@@ -402,23 +411,27 @@ ComPtr<ISAXXMLReader> CreateReader() {
 XmlReadResult Parse(ChunkSource& source, XmlStreamSink& sink) {
   ComApartment apartment;
   if (!apartment.ready()) RaiseCannotCreate();
+  // The handlers and the stream are this call's own, made before the reader
+  // so that they outlive it: whatever references the reader still holds
+  // (also on a path where it forgets one) end with it, and nothing of them
+  // is left on the heap.
+  SaxEvents events(sink);
+  CheckedStream stream(source);
   ComPtr<ISAXXMLReader> reader = CreateReader();
-  const ComPtr<SaxEvents> events = ComPtr<SaxEvents>::Adopt(new SaxEvents(sink));
-  const ComPtr<CheckedStream> stream = ComPtr<CheckedStream>::Adopt(new CheckedStream(source));
 
-  if (FAILED(reader->putContentHandler(events.get())) ||
-      FAILED(reader->putErrorHandler(events.get())) ||
+  if (FAILED(reader->putContentHandler(&events)) || FAILED(reader->putErrorHandler(&events)) ||
       FAILED(reader->putProperty(L"http://xml.org/sax/properties/lexical-handler",
-                                 Lend(static_cast<ISAXLexicalHandler*>(events.get()))))) {
+                                 Lend(static_cast<ISAXLexicalHandler*>(&events))))) {
     RaiseCannotCreate();
   }
-  const HRESULT parsed = reader->parse(Lend(static_cast<IStream*>(stream.get())));
+  const HRESULT parsed = reader->parse(Lend(static_cast<IStream*>(&stream)));
   // The reader lets go of the handlers before they go.
   reader->putContentHandler(nullptr);
   reader->putErrorHandler(nullptr);
   reader->putProperty(L"http://xml.org/sax/properties/lexical-handler", Lend(nullptr));
+  reader.reset();
 
-  if (parsed != S_OK || stream->failed() || !events->Complete()) {
+  if (parsed != S_OK || stream.failed() || !events.Complete()) {
     return XmlReadResult::kUnreadable;
   }
   return XmlReadResult::kRead;
