@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "interface/error_report.h"
 #include "util/date_time.h"
@@ -47,15 +48,7 @@ HRESULT CollectionError(const ErrorInfo& error) noexcept;
 // caller (S_OK). No exception leaves.
 template <class Body>
 HRESULT Guarded(std::string_view module, std::string_view procedure, Body&& body) noexcept {
-  try {
-    return body();
-  } catch (...) {
-    try {
-      ReportCurrentError(module, procedure, "");
-    } catch (...) {
-    }
-    return S_OK;
-  }
+  return ReportedCall(module, procedure, HRESULT{S_OK}, std::forward<Body>(body));
 }
 
 // The same for the members of a collection: its own errors 5, 9 and 457

@@ -33,6 +33,24 @@ void ShowErrorReport(std::string_view text);
 void ReportCurrentError(std::string_view module, std::string_view procedure,
                         std::string_view details);
 
+// Runs `body` and answers what it answers. A failure goes to the report
+// under `module` and `procedure` (a failure of the report itself is
+// swallowed) and `otherwise` is answered. For the edges that no exception
+// may cross: a COM method, a window procedure.
+template <class Result, class Body>
+Result ReportedCall(std::string_view module, std::string_view procedure, Result otherwise,
+                    Body&& body) noexcept {
+  try {
+    return body();
+  } catch (...) {
+    try {
+      ReportCurrentError(module, procedure, "");
+    } catch (...) {
+    }
+    return otherwise;
+  }
+}
+
 }  // namespace kdzv
 
 #endif  // KDZV_INTERFACE_ERROR_REPORT_H_

@@ -72,5 +72,25 @@ TEST(ErrorReport, ForeignExceptionsBecomeInternalErrors) {
             "(MAIN) --> ERROR: 51/Internal error (boom) / Modul=m / Proc=p / Details=d");
 }
 
+TEST(ErrorReport, AReportedCallAnswersTheBodysResult) {
+  test::ScopedProcess scoped;
+  scoped.ActivateLog();
+  EXPECT_EQ(ReportedCall("frmZVSync", "WindowProc", 0L, [] { return 42L; }), 42L);
+  EXPECT_TRUE(scoped.log.lines.empty());
+}
+
+TEST(ErrorReport, AReportedCallReportsAFailureAndAnswersTheFallback) {
+  test::ScopedProcess scoped;
+  scoped.ActivateLog();
+  const long answered = ReportedCall("frmZVSync", "WindowProc", -1L, []() -> long {
+    RaiseStandard(err::kInvalidCall, "");
+  });
+  EXPECT_EQ(answered, -1L);
+  ASSERT_EQ(scoped.log.lines.size(), 1u);
+  EXPECT_EQ(scoped.log.lines[0],
+            "(MAIN) --> ERROR: 5/Invalid procedure call or argument / Modul=frmZVSync / "
+            "Proc=WindowProc / Details=");
+}
+
 }  // namespace
 }  // namespace kdzv

@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "interface/error_report.h"
 #include "platform/win32/dialog_keys.h"
-#include "platform/win32/guarded_window_proc.h"
 #include "platform/win32/library_windows.h"
 #include "platform/win32/wide_text.h"
 #include "platform/win32/win32_sync_window.h"
@@ -268,8 +268,8 @@ class Win32SettingsDialogView : public SettingsDialogView {
   }
 
   static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
-    return GuardedWindowProc("frmSettings", "WindowProc",
-                             [&] { return ProcedureBody(window, message, wparam, lparam); });
+    return ReportedCall("frmSettings", "WindowProc", LRESULT{0},
+                        [&] { return ProcedureBody(window, message, wparam, lparam); });
   }
 
   static LRESULT ProcedureBody(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {

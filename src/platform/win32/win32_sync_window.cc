@@ -9,8 +9,8 @@
 #include <utility>
 #include <vector>
 
+#include "interface/error_report.h"
 #include "platform/win32/dialog_keys.h"
-#include "platform/win32/guarded_window_proc.h"
 #include "platform/win32/library_windows.h"
 #include "platform/win32/wide_text.h"
 #include "syncwindow/frm_zv_sync.h"
@@ -706,8 +706,8 @@ void TakeInterrupt(Shared& shared) {
 }
 
 LRESULT CALLBACK SyncWindowProc(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
-  return GuardedWindowProc("frmZVSync", "WindowProc",
-                           [&] { return SyncWindowProcBody(window, message, wparam, lparam); });
+  return ReportedCall("frmZVSync", "WindowProc", LRESULT{0},
+                      [&] { return SyncWindowProcBody(window, message, wparam, lparam); });
 }
 
 LRESULT HelperProcBody(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
@@ -759,8 +759,8 @@ LRESULT HelperProcBody(HWND window, UINT message, WPARAM wparam, LPARAM lparam) 
 }
 
 LRESULT CALLBACK HelperProc(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
-  return GuardedWindowProc("frmZVSync", "HelperProc",
-                           [&] { return HelperProcBody(window, message, wparam, lparam); });
+  return ReportedCall("frmZVSync", "HelperProc", LRESULT{0},
+                      [&] { return HelperProcBody(window, message, wparam, lparam); });
 }
 
 bool InteractiveDesktop() {

@@ -17,7 +17,6 @@
 
 #include <cstdio>
 #include <cstring>
-#include <map>
 #include <string>
 
 #include "com/host/automation_client.h"
@@ -26,6 +25,7 @@
 #include "com/host/library_calls.h"
 #include "com/host/library_copy.h"
 #include "com/host/message_boxes.h"
+#include "com/host/practice_host.h"
 #include "support/fresh_user_settings.h"
 
 namespace kdzv::host {
@@ -37,39 +37,6 @@ std::wstring Wide(const char* text) {
   if (size > 1) ::MultiByteToWideChar(CP_UTF8, 0, text, -1, wide.data(), size);
   return wide;
 }
-
-// Accepts every event: appointments get host ids counting from 1.
-struct AcceptingHost {
-  std::map<int, long> counts;
-  long next_termin = 1;
-
-  HRESULT Handle(DISPID id, DISPPARAMS& args) {
-    ++counts[static_cast<int>(id)];
-    switch (id) {
-      case 1: {  // OnTermin(termin, retVal)
-        const Obj termin(*V_DISPATCHREF(&args.rgvarg[1]));
-        if (termin.Get(L"TerminCommand").Long() == 0 && termin.Get(L"TerminIDHX").Text().empty()) {
-          termin.Put(L"TerminIDHX", std::to_wstring(next_termin++));
-        }
-        *V_I4REF(&args.rgvarg[0]) = -1;
-        return S_OK;
-      }
-      case 3:  // OnCalendar
-        Obj(*V_DISPATCHREF(&args.rgvarg[1])).Put(L"BehandlerIDHX", static_cast<int>(counts[3]));
-        *V_I4REF(&args.rgvarg[0]) = -1;
-        return S_OK;
-      case 4:  // OnAttribute
-        Obj(*V_DISPATCHREF(&args.rgvarg[1])).Put(L"AttributeIDHX", std::to_wstring(counts[4]));
-        *V_I4REF(&args.rgvarg[0]) = -1;
-        return S_OK;
-      case 5:  // OnQueryOpeningTime
-        *V_I4REF(&args.rgvarg[0]) = -1;
-        return S_OK;
-      default:
-        return S_OK;
-    }
-  }
-};
 
 int Exchange(const LibraryCopy& library, const std::wstring& dir) {
   const Obj settings = library.Create(L"kdZentavo.clZVSettings");
@@ -86,7 +53,7 @@ int Exchange(const LibraryCopy& library, const std::wstring& dir) {
   HRESULT hr = E_FAIL;
   const Obj zv = library.Create(L"kdZentavo.kdZVInterface", &hr);
   if (!zv) return std::printf("RESULT no interface object (%08lx)\n", hr), 1;
-  AcceptingHost host;
+  PracticeHost host;
   auto* sink = new EventSink(EventInterfaceOf(zv), [&host](DISPID id, DISPPARAMS& args) {
     return host.Handle(id, args);
   });
@@ -98,8 +65,8 @@ int Exchange(const LibraryCopy& library, const std::wstring& dir) {
   const DWORD elapsed = ::GetTickCount() - start;
   Disconnect(zv, cookie);
   sink->Release();
-  std::printf("RESULT StartSync %ld in %lu ms, OnTermin %ld, boxes %zu\n", synced.value.Long(),
-              static_cast<unsigned long>(elapsed), host.counts[1], boxes.Texts().size());
+  std::printf("RESULT StartSync %ld in %lu ms, OnTermin %d, boxes %zu\n", synced.value.Long(),
+              static_cast<unsigned long>(elapsed), host.events["OnTermin"], boxes.Texts().size());
   return synced.hr == S_OK && synced.value.Long() == 0 ? 0 : 1;
 }
 

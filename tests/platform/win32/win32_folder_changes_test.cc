@@ -25,6 +25,7 @@
 #include "platform/win32/wide_text.h"
 #include "platform/win32/win32_sync_window.h"
 #include "settings/overlay_registry.h"
+#include "support/fake_window.h"
 #include "support/fakes.h"
 #include "util/windows_1252.h"
 
@@ -129,7 +130,7 @@ class TestWindows : public SyncWindowPlatform {
   }
   std::unique_ptr<SyncWindowView> CreateView(SyncWindowInput& input) override {
     input_ = &input;
-    return std::make_unique<SilentView>();
+    return std::make_unique<test::FakeView>(input);
   }
   // The input of the last window made (its cancel without a question).
   SyncWindowInput* Input() const { return input_; }
@@ -152,14 +153,6 @@ class TestWindows : public SyncWindowPlatform {
     std::unique_ptr<WindowTimer> real_;
     int32_t poll_ms_;
     int32_t interval_ = 0;
-  };
-  class SilentView : public SyncWindowView {
-   public:
-    void Show(intptr_t) override {}
-    void Close() override {}
-    void ClearLog() override {}
-    void AppendLog(std::string_view) override {}
-    bool AskYesNo(std::string_view) override { return true; }
   };
 
   Win32WindowPlatform& real_;
