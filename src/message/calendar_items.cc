@@ -15,7 +15,7 @@ constexpr std::string_view kUnknownAttributeNode = "Unbekannter Knoten (Attribut
 
 // The fields that every calendar and attribute reader knows. Returns false
 // for a name that is none of them.
-bool ReadCommonField(std::string_view lower_name, const XmlElement& child, std::string& source,
+bool ReadCommonField(std::string_view lower_name, const XmlNode& child, std::string& source,
                      std::string& target, std::string& title) {
   if (lower_name == "source") {
     source = child.Text();
@@ -40,12 +40,12 @@ void ReportUnknown(std::string_view prefix, std::string_view lower_name) {
 // not), or an unknown node reported with `prefix`. False for an element
 // without children; a run-time error is reported under `module`.
 template <class Other>
-bool ReadItem(const XmlElement& node, std::string_view module, std::string_view prefix,
+bool ReadItem(const XmlNode& node, std::string_view module, std::string_view prefix,
               std::string& source, std::string& target, std::string& title, Other&& other) {
   try {
     if (node.Children().empty()) return false;
     size_t visited = 0;
-    for (const XmlElement& child : node.Children()) {
+    for (const XmlNode& child : node.Children()) {
       const std::string name = ToLower(child.Name());
       if (!ReadCommonField(name, child, source, target, title) && !other(name, child)) {
         ReportUnknown(prefix, name);
@@ -59,7 +59,7 @@ bool ReadItem(const XmlElement& node, std::string_view module, std::string_view 
   }
 }
 
-bool NoOtherField(std::string_view, const XmlElement&) { return false; }
+bool NoOtherField(std::string_view, const XmlNode&) { return false; }
 
 XmlElement& AppendElement(XmlDocument& document, XmlElement& parent, std::string_view name) {
   return parent.AppendChild(document.CreateElement(name));
@@ -69,7 +69,7 @@ XmlElement& AppendElement(XmlDocument& document, XmlElement& parent, std::string
 
 // --- clZVCalendar -----------------------------------------------------------
 
-bool clZVCalendar::ReadFromXMLNode(const XmlElement& node) {
+bool clZVCalendar::ReadFromXMLNode(const XmlNode& node) {
   return ReadItem(node, kModule, kUnknownCalendarNode, Source, Target, Title, NoOtherField);
 }
 
@@ -102,7 +102,7 @@ bool clZVCalendarKey::CreateXMLSource(XmlDocument& document, XmlElement& parent)
 
 // --- clZVAttributeValue -----------------------------------------------------
 
-bool clZVAttributeValue::ReadFromXMLNode(const XmlElement& node) {
+bool clZVAttributeValue::ReadFromXMLNode(const XmlNode& node) {
   return ReadItem(node, kModule, kUnknownAttributeNode, Source, Target, Title, NoOtherField);
 }
 
@@ -133,9 +133,9 @@ std::shared_ptr<clZVAttributeValue> clZVAttributeValues::Add(std::string_view So
 
 // --- clZVAttribute ----------------------------------------------------------
 
-bool clZVAttribute::ReadFromXMLNode(const XmlElement& node) {
+bool clZVAttribute::ReadFromXMLNode(const XmlNode& node) {
   return ReadItem(node, kModule, kUnknownAttributeNode, Source, Target, Title,
-                  [this](std::string_view name, const XmlElement& child) {
+                  [this](std::string_view name, const XmlNode& child) {
                     if (name != "value") return false;
                     // The attribute's one value reads every "Value" element;
                     // a later one overwrites what an earlier one set.
@@ -173,9 +173,9 @@ std::shared_ptr<clZVAttributeValue> clZVAttributeMulti::FirstValue() const {
   return Values->Item(1);
 }
 
-bool clZVAttributeMulti::ReadFromXMLNode(const XmlElement& node) {
+bool clZVAttributeMulti::ReadFromXMLNode(const XmlNode& node) {
   return ReadItem(node, kModule, kUnknownAttributeNode, Source, Target, Title,
-                  [this](std::string_view name, const XmlElement& child) {
+                  [this](std::string_view name, const XmlNode& child) {
                     if (name != "value") return false;
                     auto value = std::make_shared<clZVAttributeValue>();
                     if (value->ReadFromXMLNode(child)) {

@@ -15,6 +15,7 @@
 #include <string_view>
 
 #include "message/xml_element.h"
+#include "message/xml_node.h"
 #include "util/keyed_collection.h"
 
 namespace kdzv {
@@ -30,7 +31,7 @@ class clZVCalendar {
   std::string Title;
 
   // False for an element without children (the item stays untouched).
-  bool ReadFromXMLNode(const XmlElement& node);
+  bool ReadFromXMLNode(const XmlNode& node);
   // "Calendar" with Source, Target and, when not empty, Title.
   bool CreateXMLSource(XmlDocument& document, XmlElement& parent) const;
 };
@@ -56,7 +57,7 @@ class clZVAttributeValue {
   std::string Target;
   std::string Title;
 
-  bool ReadFromXMLNode(const XmlElement& node);
+  bool ReadFromXMLNode(const XmlNode& node);
   // `name` with Source, Target and Title (all three always).
   bool CreateXMLSource(XmlDocument& document, XmlElement& parent, std::string_view name) const;
 };
@@ -83,7 +84,7 @@ class clZVAttributeBase {
   // The attribute's value: its single value, or the first of its values;
   // null when it has none.
   virtual std::shared_ptr<clZVAttributeValue> FirstValue() const = 0;
-  virtual bool ReadFromXMLNode(const XmlElement& node) = 0;
+  virtual bool ReadFromXMLNode(const XmlNode& node) = 0;
   virtual bool CreateXMLSource(XmlDocument& document, XmlElement& parent,
                                std::string_view name) const = 0;
 };
@@ -96,7 +97,7 @@ class clZVAttribute : public clZVAttributeBase {
   std::shared_ptr<clZVAttributeValue> Value = std::make_shared<clZVAttributeValue>();
 
   std::shared_ptr<clZVAttributeValue> FirstValue() const override { return Value; }
-  bool ReadFromXMLNode(const XmlElement& node) override;
+  bool ReadFromXMLNode(const XmlNode& node) override;
   // `name` with Source, Target, Title and the value as "Value".
   bool CreateXMLSource(XmlDocument& document, XmlElement& parent,
                        std::string_view name) const override;
@@ -110,7 +111,7 @@ class clZVAttributeMulti : public clZVAttributeBase {
   std::shared_ptr<clZVAttributeValues> Values = std::make_shared<clZVAttributeValues>();
 
   std::shared_ptr<clZVAttributeValue> FirstValue() const override;
-  bool ReadFromXMLNode(const XmlElement& node) override;
+  bool ReadFromXMLNode(const XmlNode& node) override;
   // `name` with Source and Target only.
   bool CreateXMLSource(XmlDocument& document, XmlElement& parent,
                        std::string_view name) const override;

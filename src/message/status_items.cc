@@ -24,9 +24,9 @@ std::string ReportAndDescribe(std::string_view module, std::string_view procedur
 
 // --- clZVStatus -------------------------------------------------------------
 
-std::string clZVStatus::ReadFromXMLNode(const XmlElement& node) {
+std::string clZVStatus::ReadFromXMLNode(const XmlNode& node) {
   try {
-    for (const XmlElement& child : node.Children()) {
+    for (const XmlNode& child : node.Children()) {
       const std::string name = ToLower(child.Name());
       if (name == "cmd") {
         Cmd = child.Text();
@@ -69,9 +69,9 @@ std::string clZVStatus::CreateXMLSource(XmlDocument& document, XmlElement& paren
 
 // --- clZVAlert --------------------------------------------------------------
 
-std::string clZVAlert::ReadFromXMLNode(const XmlElement& node) {
+std::string clZVAlert::ReadFromXMLNode(const XmlNode& node) {
   try {
-    for (const XmlElement& child : node.Children()) {
+    for (const XmlNode& child : node.Children()) {
       const std::string name = ToLower(child.Name());
       if (name == "cmdid") {
         // Numbers as the host reads them: a text that is not a number is a

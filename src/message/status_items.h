@@ -13,6 +13,7 @@
 #include <string_view>
 
 #include "message/xml_element.h"
+#include "message/xml_node.h"
 #include "util/keyed_collection.h"
 
 namespace kdzv {
@@ -32,7 +33,7 @@ class clZVStatus {
   std::string Data;    // result code, e.g. "200"
   std::string Text;
 
-  std::string ReadFromXMLNode(const XmlElement& node);
+  std::string ReadFromXMLNode(const XmlNode& node);
   // "Status" with Cmd, CmdID, CmdRef, MsgRef, Data and Text, all always.
   std::string CreateXMLSource(XmlDocument& document, XmlElement& parent) const;
 };
@@ -45,7 +46,7 @@ class clZVAlert {
   int32_t Data = 0;
   std::string Text;
 
-  std::string ReadFromXMLNode(const XmlElement& node);
+  std::string ReadFromXMLNode(const XmlNode& node);
   // "Alert" with CmdID, Data and Text.
   std::string CreateXMLSource(XmlDocument& document, XmlElement& parent) const;
 };

@@ -19,17 +19,17 @@ namespace {
 
 // The number in a "MsgID" or "CmdID" text: its leading decimal number,
 // rounded; 0 when the text does not start with one.
-int32_t NumberIn(const XmlElement& element) { return RoundToLong(LeadingNumber(element.Text())); }
+int32_t NumberIn(const XmlNode& element) { return RoundToLong(LeadingNumber(element.Text())); }
 
 void ReportUnknown(std::string_view parent, std::string_view lower_child) {
   ReportLine("Unbekannter Knoten: " + std::string(parent) + ">" + std::string(lower_child));
 }
 
-void ReportUnknown(std::string_view parent, const XmlElement& child) {
+void ReportUnknown(std::string_view parent, const XmlNode& child) {
   ReportUnknown(parent, ToLower(child.Name()));
 }
 
-void ReportUnreadable(std::string_view parent, const XmlElement& child) {
+void ReportUnreadable(std::string_view parent, const XmlNode& child) {
   ReportLine("Knoten konnte nicht ausgewertet werden:" + std::string(parent) + ">" +
              ToLower(child.Name()));
 }
@@ -108,7 +108,7 @@ class clZVUpDownFile::Reading : public XmlStreamSink {
     return stopped_ ? Take::kSkip : take;
   }
 
-  void Element(XmlElement element, size_t depth) override {
+  void Element(const XmlNode& element, size_t depth) override {
     if (stopped_) return;
     try {
       if (depth == 2) {
@@ -244,9 +244,9 @@ bool clZVUpDownFile::AnalyzeDownFile(std::string_view path) {
   }
 }
 
-void clZVUpDownFile::ReadHeader(const XmlElement& header) {
+void clZVUpDownFile::ReadHeader(const XmlNode& header) {
   clZVSyncHdr& hdr = SyncHdr();
-  for (const XmlElement& child : header.Children()) {
+  for (const XmlNode& child : header.Children()) {
     const std::string name = ToLower(child.Name());
     if (name == "verdtd") {
       hdr.VerDTD = child.Text();
@@ -266,9 +266,9 @@ void clZVUpDownFile::ReadHeader(const XmlElement& header) {
   }
 }
 
-void clZVUpDownFile::ReadLocation(const XmlElement& location, clZVSourceTargetItem& item) {
+void clZVUpDownFile::ReadLocation(const XmlNode& location, clZVSourceTargetItem& item) {
   const std::string parent = ToLower(location.Name());
-  for (const XmlElement& child : location.Children()) {
+  for (const XmlNode& child : location.Children()) {
     const std::string name = ToLower(child.Name());
     if (name == "locname") {
       item.LocName = child.Text();
@@ -282,7 +282,7 @@ void clZVUpDownFile::ReadLocation(const XmlElement& location, clZVSourceTargetIt
 
 // One command of the body; the reading has skipped the commands that are
 // read for their name alone.
-void clZVUpDownFile::ReadCommand(const XmlElement& command) {
+void clZVUpDownFile::ReadCommand(const XmlNode& command) {
   const std::string name = ToLower(command.Name());
   if (name == "add" || name == "replace" || name == "delete") {
     if (!pAnalyzeAddReplaceNode(command)) ReportUnreadable("syncbody", command);
@@ -304,10 +304,10 @@ void clZVUpDownFile::ReadCommand(const XmlElement& command) {
 
 // The service asks for the opening times with a "Get" command that holds an
 // "OpeningTime" element.
-void clZVUpDownFile::ReadGet(const XmlElement& get) {
+void clZVUpDownFile::ReadGet(const XmlNode& get) {
   bool asks_opening_times = false;
   int32_t cmd_id = 0;
-  for (const XmlElement& child : get.Children()) {
+  for (const XmlNode& child : get.Children()) {
     const std::string name = ToLower(child.Name());
     if (name == "cmdid") {
       cmd_id = NumberIn(child);
@@ -325,7 +325,7 @@ void clZVUpDownFile::ReadGet(const XmlElement& get) {
   opening_time_cmd_id_ = cmd_id;
 }
 
-bool clZVUpDownFile::pAnalyzeAddReplaceNode(const XmlElement& command) {
+bool clZVUpDownFile::pAnalyzeAddReplaceNode(const XmlNode& command) {
   const std::string kind = ToUpper(command.Name());
   if (kind != "ADD" && kind != "REPLACE" && kind != "DELETE") return false;
   const std::string parent = ToLower(command.Name());
@@ -334,7 +334,7 @@ bool clZVUpDownFile::pAnalyzeAddReplaceNode(const XmlElement& command) {
   std::shared_ptr<clZVTermin> termin;
   std::shared_ptr<clZVCalendar> calendar;
   std::shared_ptr<clZVAttributeMulti> attribute;
-  for (const XmlElement& child : command.Children()) {
+  for (const XmlNode& child : command.Children()) {
     const std::string name = ToLower(child.Name());
     if (name == "cmdid") {
       cmd_id = NumberIn(child);
@@ -371,7 +371,7 @@ bool clZVUpDownFile::pAnalyzeAddReplaceNode(const XmlElement& command) {
       AddCalendarCol().Add(*calendar, cmd_id);
       stored = true;
     } else {
-      ReportLine(command.Name() + " bei <calendar> nicht unterstützt.");
+      ReportLine(std::string(command.Name()) + " bei <calendar> nicht unterstützt.");
     }
   }
   if (attribute && attribute->Values->Count() > 0) {
@@ -379,14 +379,14 @@ bool clZVUpDownFile::pAnalyzeAddReplaceNode(const XmlElement& command) {
       AddAttributesCol().Add(*attribute, cmd_id);
       stored = true;
     } else {
-      ReportLine(command.Name() + " bei <attribute> nicht unterstützt.");
+      ReportLine(std::string(command.Name()) + " bei <attribute> nicht unterstützt.");
     }
   }
   return stored;
 }
 
-void clZVUpDownFile::ReadTermin(const XmlElement& vevent, clZVTermin& termin) {
-  for (const XmlElement& child : vevent.Children()) {
+void clZVUpDownFile::ReadTermin(const XmlNode& vevent, clZVTermin& termin) {
+  for (const XmlNode& child : vevent.Children()) {
     const std::string name = ToLower(child.Name());
     if (name == "source") {
       termin.Source = child.Text();
@@ -397,12 +397,12 @@ void clZVUpDownFile::ReadTermin(const XmlElement& vevent, clZVTermin& termin) {
     } else if (name == "status") {
       termin.Status = child.Text();
     } else if (name == "dtstart") {
-      termin.SetDTStart(child.Text());
+      termin.SetDTStart(std::string(child.Text()));
     } else if (name == "dtend") {
-      termin.SetDTEnd(child.Text());
+      termin.SetDTEnd(std::string(child.Text()));
     } else if (name == "customer") {
       clZVCustomer& customer = termin.Customer;
-      for (const XmlElement& field : child.Children()) {
+      for (const XmlNode& field : child.Children()) {
         const std::string field_name = ToLower(field.Name());
         if (field_name == "title") {
           customer.Title = field.Text();

@@ -84,12 +84,12 @@ class clZVUpDownFile {
   class Reading;
 
   void ReleaseReceived();
-  void ReadHeader(const XmlElement& header);
-  void ReadLocation(const XmlElement& location, clZVSourceTargetItem& item);
-  void ReadCommand(const XmlElement& command);
-  bool pAnalyzeAddReplaceNode(const XmlElement& command);
-  void ReadTermin(const XmlElement& vevent, clZVTermin& termin);
-  void ReadGet(const XmlElement& get);
+  void ReadHeader(const XmlNode& header);
+  void ReadLocation(const XmlNode& location, clZVSourceTargetItem& item);
+  void ReadCommand(const XmlNode& command);
+  bool pAnalyzeAddReplaceNode(const XmlNode& command);
+  void ReadTermin(const XmlNode& vevent, clZVTermin& termin);
+  void ReadGet(const XmlNode& get);
   int32_t NumberCommands();
 
   XmlParser& parser_;

@@ -63,7 +63,7 @@ constexpr auto kTagMarks = [] {
 class TreeSink : public XmlStreamSink {
  public:
   Take Open(std::string_view /*name*/, size_t /*depth*/) override { return Take::kBuild; }
-  void Element(XmlElement element, size_t /*depth*/) override { root = std::move(element); }
+  void Element(const XmlNode& element, size_t /*depth*/) override { root = element.ToElement(); }
   std::optional<XmlElement> root;
 };
 
@@ -278,7 +278,7 @@ bool XmlTreeBuilder::StartElement(std::string_view name) {
     take = levels_.back().take;
   }
   levels_.push_back(Level{take, 0});
-  if (take == Take::kBuild) open_.emplace_back(std::string(name));
+  if (take == Take::kBuild) tree_.Open(name);
   return true;
 }
 
@@ -287,26 +287,25 @@ bool XmlTreeBuilder::Characters(std::string_view text) {
   Level& current = levels_.back();
   if (current.text_bytes + text.size() > xml_limits::kMaxTextBytes) return false;
   current.text_bytes += text.size();
-  if (current.take == XmlStreamSink::Take::kBuild) open_.back().AppendText(text);
+  if (current.take == XmlStreamSink::Take::kBuild) tree_.Append(text);
   return true;
 }
 
 void XmlTreeBuilder::EndElement() {
   if (levels_.empty()) return;
-  using Take = XmlStreamSink::Take;
-  const Take take = levels_.back().take;
+  const XmlStreamSink::Take take = levels_.back().take;
   levels_.pop_back();
   if (levels_.empty()) done_ = true;
-  if (take != Take::kBuild) return;
-  XmlElement element = std::move(open_.back());
-  open_.pop_back();
-  if (!levels_.empty() && levels_.back().take == Take::kBuild) {
-    open_.back().AppendChild(std::move(element));
-  } else if (sink_ != nullptr) {
-    sink_->Element(std::move(element), levels_.size() + 1);
+  if (take != XmlStreamSink::Take::kBuild) return;
+  tree_.Close();
+  if (!tree_.Complete()) return;
+  // The outermost element being built is complete.
+  if (sink_ != nullptr) {
+    sink_->Element(tree_.Root(), levels_.size() + 1);
   } else {
-    root_ = std::move(element);
+    root_ = tree_.Root().ToElement();
   }
+  tree_.Clear();
 }
 
 std::optional<XmlElement> XmlTreeBuilder::Finish() {

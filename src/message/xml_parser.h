@@ -28,6 +28,7 @@
 #include <vector>
 
 #include "message/xml_element.h"
+#include "message/xml_node.h"
 
 namespace kdzv {
 
@@ -64,8 +65,8 @@ class XmlStreamSink {
   // An element at `depth` (the document element is 1) whose parent is
   // streamed (or, for the document element, the document itself) starts.
   virtual Take Open(std::string_view name, size_t depth) = 0;
-  // An element that Open() wanted built, complete.
-  virtual void Element(XmlElement element, size_t depth) = 0;
+  // An element that Open() wanted built, complete; valid during the call.
+  virtual void Element(const XmlNode& element, size_t depth) = 0;
 };
 
 // What reading a file came to.
@@ -170,8 +171,10 @@ class XmlTreeBuilder {
   };
 
   XmlStreamSink* sink_ = nullptr;
-  std::vector<Level> levels_;     // every open element, outermost first
-  std::vector<XmlElement> open_;  // the open elements being built
+  std::vector<Level> levels_;  // every open element, outermost first
+  // The element being built with everything below it read so far; cleared
+  // (its buffers kept) once handed over.
+  XmlNodeTree tree_;
   std::optional<XmlElement> root_;
   bool done_ = false;
 };

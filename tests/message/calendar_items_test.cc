@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "support/failing_document.h"
+#include "support/element_and_node.h"
 #include "support/fakes.h"
 #include "support/golden.h"
 #include "support/item_reports.h"
@@ -30,19 +31,19 @@ constexpr char kAttributeValueUnreadable[] =
 constexpr char kMultiValueUnreadable[] =
     "clZVAttributeMulti.ReadFromXMLNode: AttributeValue konnte nicht gelesen werden.";
 
-XmlElement Text(std::string name, std::string text) {
+test::ElementAndNode Text(std::string name, std::string text) {
   XmlElement element(std::move(name));
   element.SetText(std::move(text));
   return element;
 }
 
-XmlElement Element(std::string name, std::vector<XmlElement> children) {
+test::ElementAndNode Element(std::string name, std::vector<XmlElement> children) {
   XmlElement element(std::move(name));
   for (auto& child : children) element.AppendChild(std::move(child));
   return element;
 }
 
-XmlElement ValueNode(std::string source, std::string target, std::string title) {
+test::ElementAndNode ValueNode(std::string source, std::string target, std::string title) {
   return Element("Value", {Text("Source", std::move(source)), Text("Target", std::move(target)),
                            Text("Title", std::move(title))});
 }
@@ -121,7 +122,7 @@ TEST(AttributeValueTest, ElementWithoutChildrenLeavesTheItemUntouched) {
   test::ScopedProcess scoped;
   clZVAttributeValue value;
   value.Target = "keep";
-  EXPECT_FALSE(value.ReadFromXMLNode(XmlElement("Value")));
+  EXPECT_FALSE(value.ReadFromXMLNode(test::ElementAndNode(XmlElement("Value"))));
   EXPECT_EQ(value.Target, "keep");
 }
 
@@ -155,7 +156,7 @@ TEST(AttributeTest, ElementWithoutChildrenLeavesTheItemUntouched) {
   test::ScopedProcess scoped;
   clZVAttribute attribute;
   attribute.Title = "keep";
-  EXPECT_FALSE(attribute.ReadFromXMLNode(XmlElement("Attribute")));
+  EXPECT_FALSE(attribute.ReadFromXMLNode(test::ElementAndNode(XmlElement("Attribute"))));
   EXPECT_EQ(attribute.Title, "keep");
 }
 
@@ -187,7 +188,7 @@ TEST(AttributeMultiTest, ElementWithoutChildrenLeavesTheItemUntouched) {
   test::ScopedProcess scoped;
   clZVAttributeMulti multi;
   multi.Source = "keep";
-  EXPECT_FALSE(multi.ReadFromXMLNode(XmlElement("Attribute")));
+  EXPECT_FALSE(multi.ReadFromXMLNode(test::ElementAndNode(XmlElement("Attribute"))));
   EXPECT_EQ(multi.Source, "keep");
   EXPECT_EQ(multi.Values->Count(), 0);
 }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "support/failing_document.h"
+#include "support/element_and_node.h"
 #include "support/fakes.h"
 #include "support/golden.h"
 #include "support/item_reports.h"
@@ -22,7 +23,7 @@ using test::OnlyChildXml;
 
 using Names = std::vector<std::string>;
 
-XmlElement Element(std::string name, std::vector<std::pair<std::string, std::string>> children) {
+test::ElementAndNode Element(std::string name, std::vector<std::pair<std::string, std::string>> children) {
   XmlElement element(std::move(name));
   for (auto& [child_name, text] : children) {
     XmlElement child(child_name);

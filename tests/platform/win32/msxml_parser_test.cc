@@ -142,7 +142,7 @@ TEST(MsxmlParserTest, SurrogatePairsSurviveLongTexts) {
 class ThrowingSink : public XmlStreamSink {
  public:
   Take Open(std::string_view, size_t) override { throw std::runtime_error("sink failed"); }
-  void Element(XmlElement, size_t) override {}
+  void Element(const XmlNode&, size_t) override {}
 };
 
 // No exception travels through the reader: the document counts as

@@ -1,0 +1,117 @@
+#include "message/xml_node.h"
+
+#include "message/xml_parser.h"
+
+namespace kdzv {
+
+namespace {
+
+// A file of at most kMaxFileBytes decodes to at most 1.5 times as many
+// bytes of UTF-8 (a two-byte code unit of UTF-16 to three bytes), so every
+// offset into a tree's buffers fits 32 bits.
+static_assert(xml_limits::kMaxFileBytes / 2 * 3 < UINT32_MAX);
+
+bool IsXmlSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+
+}  // namespace
+
+// ---------------------------------------------------------------------------
+// XmlNode
+
+std::string_view XmlNode::Name() const {
+  const XmlNodeTree::Node& node = tree_->nodes_[index_];
+  return std::string_view(tree_->names_).substr(node.name_begin, node.name_size);
+}
+
+std::string_view XmlNode::Text() const {
+  const XmlNodeTree::Node& node = tree_->nodes_[index_];
+  const char* begin = tree_->text_.data() + node.text_begin;
+  const char* end = tree_->text_.data() + node.text_end;
+  while (begin < end && IsXmlSpace(*begin)) ++begin;
+  while (end > begin && IsXmlSpace(end[-1])) --end;
+  return std::string_view(begin, static_cast<size_t>(end - begin));
+}
+
+XmlNode::ChildIterator& XmlNode::ChildIterator::operator++() {
+  index_ = tree_->nodes_[index_].next_sibling;
+  return *this;
+}
+
+XmlNode::ChildRange XmlNode::Children() const {
+  const XmlNodeTree::Node& node = tree_->nodes_[index_];
+  return ChildRange(tree_, node.first_child, node.child_count);
+}
+
+XmlElement XmlNode::ToElement() const {
+  const XmlNodeTree::Node& node = tree_->nodes_[index_];
+  const std::string_view text(tree_->text_);
+  XmlElement element{std::string(Name())};
+  uint32_t used = node.text_begin;
+  for (XmlNode child : Children()) {
+    const XmlNodeTree::Node& child_node = tree_->nodes_[child.index_];
+    element.AppendText(text.substr(used, child_node.text_begin - used));
+    element.AppendChild(child.ToElement());
+    used = child_node.text_end;
+  }
+  element.AppendText(text.substr(used, node.text_end - used));
+  return element;
+}
+
+// ---------------------------------------------------------------------------
+// XmlNodeTree
+
+void XmlNodeTree::Open(std::string_view name) {
+  const auto index = static_cast<uint32_t>(nodes_.size());
+  const auto text_at = static_cast<uint32_t>(text_.size());
+  nodes_.push_back(Node{static_cast<uint32_t>(names_.size()), static_cast<uint32_t>(name.size()),
+                        text_at, text_at, kNone, kNone, kNone, 0});
+  names_.append(name);
+  if (!open_.empty()) {
+    Node& parent = nodes_[open_.back()];
+    if (parent.last_child == kNone) {
+      parent.first_child = index;
+    } else {
+      nodes_[parent.last_child].next_sibling = index;
+    }
+    parent.last_child = index;
+    ++parent.child_count;
+  }
+  open_.push_back(index);
+}
+
+void XmlNodeTree::Close() {
+  if (open_.empty()) return;
+  nodes_[open_.back()].text_end = static_cast<uint32_t>(text_.size());
+  open_.pop_back();
+}
+
+void XmlNodeTree::Clear() {
+  nodes_.clear();
+  open_.clear();
+  names_.clear();
+  text_.clear();
+}
+
+XmlNodeTree XmlNodeTree::Of(const XmlElement& element) {
+  XmlNodeTree tree;
+  tree.Add(element);
+  return tree;
+}
+
+void XmlNodeTree::Add(const XmlElement& element) {
+  Open(element.Name());
+  const std::string& text = element.OwnText();
+  size_t used = 0;
+  for (const XmlElement& child : element.Children()) {
+    const size_t upto = child.TextOffset() < text.size() ? child.TextOffset() : text.size();
+    if (upto > used) {
+      Append(std::string_view(text).substr(used, upto - used));
+      used = upto;
+    }
+    Add(child);
+  }
+  if (used < text.size()) Append(std::string_view(text).substr(used));
+  Close();
+}
+
+}  // namespace kdzv
