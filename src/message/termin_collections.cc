@@ -55,6 +55,17 @@ std::shared_ptr<clZVAddReplaceItem> clZVAddTerminCol::Add(const clZVTermin& Term
   return KeyedCollection::Add(std::move(item), sKey);
 }
 
+std::shared_ptr<clZVAddReplaceItem> clZVAddTerminCol::AddRead(std::shared_ptr<clZVTermin> Termin,
+                                                              int32_t CmdID) {
+  if (!Termin) RaiseStandard(err::kInvalidCall);
+  Termin->Attributes.ForgetKeys();
+  Termin->OnlyStatusChanged = false;
+  auto item = std::make_shared<clZVAddReplaceItem>();
+  item->Termin = std::move(Termin);
+  item->CmdID = CmdID;
+  return KeyedCollection::Add(std::move(item));
+}
+
 bool clZVAddTerminCol::CreateXMLSource(XmlDocument& document, XmlElement& parent) const {
   return WriteEach(*this, kModule, document, parent, "Add", kAddReplaceFailed);
 }

@@ -22,6 +22,10 @@ class clZVAddTerminCol : public KeyedCollection<clZVAddReplaceItem> {
   using KeyedCollection::Add;
   std::shared_ptr<clZVAddReplaceItem> Add(const clZVTermin& Termin, int32_t CmdID,
                                           std::string_view sKey = {});
+  // Stores `Termin` itself, for an appointment just read that nothing else
+  // holds: the item is the one Add would make from it (its attributes
+  // listed without their keys), without copying it.
+  std::shared_ptr<clZVAddReplaceItem> AddRead(std::shared_ptr<clZVTermin> Termin, int32_t CmdID);
   bool CreateXMLSource(XmlDocument& document, XmlElement& parent) const;
 };
 

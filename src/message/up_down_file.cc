@@ -355,7 +355,7 @@ bool clZVUpDownFile::pAnalyzeAddReplaceNode(const XmlNode& command) {
   bool stored = false;
   if (termin) {
     if (kind == "ADD") {
-      AddTerminCol().Add(*termin, cmd_id);
+      AddTerminCol().AddRead(termin, cmd_id);
     } else if (kind == "REPLACE") {
       ReplaceTerminCol().Add(termin, cmd_id, false);
     } else {

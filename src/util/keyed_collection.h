@@ -49,17 +49,24 @@ class KeyedCollection {
     std::string folded;
     if (!key.empty()) {
       folded = ToUpper(key);
-      if (index_.count(folded) != 0) RaiseStandard(err::kDuplicateKey);
+      if (Registered(folded) != nullptr) RaiseStandard(err::kDuplicateKey);
     }
     entries_.push_back(Entry{std::move(item), folded});
-    if (!folded.empty()) index_.emplace(std::move(folded), entries_.back().item);
+    if (!folded.empty()) {
+      ++keyed_;
+      if (indexed_) {
+        index_.emplace(std::move(folded), entries_.back().item);
+      } else if (keyed_ > kScannedKeys) {
+        BuildIndex();
+      }
+    }
     return entries_.back().item;
   }
 
   int32_t Count() const { return static_cast<int32_t>(entries_.size()); }
 
   const Pointer& Item(int32_t position) const { return entries_[Locate(position)].item; }
-  const Pointer& Item(std::string_view key) const { return Find(key)->second; }
+  const Pointer& Item(std::string_view key) const { return Find(key); }
   const Pointer& Item(const char* key) const { return Item(std::string_view(key)); }
   const Pointer& Item(const std::string& key) const { return Item(std::string_view(key)); }
   const Pointer& Item(const IndexOrKey& index_or_key) const {
@@ -69,7 +76,7 @@ class KeyedCollection {
 
   // Whether an element is registered under `key`.
   bool Contains(std::string_view key) const {
-    return !key.empty() && index_.count(ToUpper(key)) != 0;
+    return !key.empty() && Registered(ToUpper(key)) != nullptr;
   }
 
   void Remove(int32_t position) { Erase(Locate(position)); }
@@ -86,8 +93,7 @@ class KeyedCollection {
   template <class Each>
   void Drain(Each&& each) {
     std::vector<Entry> entries = std::move(entries_);
-    entries_.clear();
-    index_.clear();
+    Clear();
     for (Entry& entry : entries) {
       Pointer item = std::move(entry.item);
       each(item);
@@ -96,7 +102,15 @@ class KeyedCollection {
 
   void Clear() {
     entries_.clear();
+    ForgetKeys();
+  }
+
+  // Keeps every element, in order, but none under its key any more.
+  void ForgetKeys() {
+    for (Entry& entry : entries_) entry.folded_key.clear();
     index_.clear();
+    indexed_ = false;
+    keyed_ = 0;
   }
 
   // Iteration in insertion order yields the shared pointers.
@@ -117,34 +131,66 @@ class KeyedCollection {
  private:
   using Index = std::unordered_map<std::string, Pointer>;
 
-  typename Index::const_iterator Find(std::string_view key) const {
+  // Up to this many keys are found by going through the elements: most
+  // collections (the attributes of an appointment, the values of an
+  // attribute) hold a few, and a hash index would cost more than it saves.
+  static constexpr size_t kScannedKeys = 8;
+
+  void BuildIndex() {
+    Index index;
+    for (const Entry& entry : entries_) {
+      if (!entry.folded_key.empty()) index.emplace(entry.folded_key, entry.item);
+    }
+    index_ = std::move(index);
+    indexed_ = true;
+  }
+
+  // The element registered under an upper-case key, or null.
+  const Pointer* Registered(const std::string& folded) const {
+    if (indexed_) {
+      const auto found = index_.find(folded);
+      return found == index_.end() ? nullptr : &found->second;
+    }
+    for (const Entry& entry : entries_) {
+      if (entry.folded_key == folded) return &entry.item;
+    }
+    return nullptr;
+  }
+
+  const Pointer& Find(std::string_view key) const {
     // The keyed list reports an unknown key as an invalid argument.
     if (key.empty()) RaiseStandard(err::kInvalidCall);
-    const auto found = index_.find(ToUpper(key));
-    if (found == index_.end()) RaiseStandard(err::kInvalidCall);
-    return found;
+    const Pointer* found = Registered(ToUpper(key));
+    if (found == nullptr) RaiseStandard(err::kInvalidCall);
+    return *found;
   }
   size_t Locate(int32_t position) const {
     if (position < 1 || position > Count()) RaiseStandard(err::kSubscriptOutOfRange);
     return static_cast<size_t>(position - 1);
   }
   size_t Locate(std::string_view key) const {
-    const auto found = Find(key);
+    if (key.empty()) RaiseStandard(err::kInvalidCall);
+    const std::string folded = ToUpper(key);
     for (size_t i = 0; i < entries_.size(); ++i) {
-      if (entries_[i].folded_key == found->first) return i;
+      if (entries_[i].folded_key == folded) return i;
     }
-    RaiseStandard(err::kInvalidCall);  // unreachable: every index entry has its element
+    RaiseStandard(err::kInvalidCall);
   }
   size_t Locate(const IndexOrKey& index_or_key) const {
     if (const auto* position = std::get_if<int32_t>(&index_or_key)) return Locate(*position);
     return Locate(std::string_view(std::get<std::string>(index_or_key)));
   }
   void Erase(size_t i) {
-    if (!entries_[i].folded_key.empty()) index_.erase(entries_[i].folded_key);
+    if (!entries_[i].folded_key.empty()) {
+      --keyed_;
+      if (indexed_) index_.erase(entries_[i].folded_key);
+    }
     entries_.erase(entries_.begin() + static_cast<std::ptrdiff_t>(i));
   }
 
   std::vector<Entry> entries_;
+  size_t keyed_ = 0;      // how many elements have a key
+  bool indexed_ = false;  // whether index_ holds every key
   Index index_;
 };
 

@@ -80,6 +80,42 @@ TEST(AddTerminColTest, AddStoresACopyWithTheCommandNumber) {
   EXPECT_EQ(col.Item(1), item);
 }
 
+// An appointment just read is stored as it is; the item is the one Add
+// would have made of it.
+TEST(AddTerminColTest, AddReadStoresTheAppointmentAsAddWouldHaveCopiedIt) {
+  test::ScopedProcess scoped;
+  const auto read = [] {
+    auto termin = Termin("ZV-1");
+    termin->SetDTStart("20240701T060000Z");
+    termin->OnlyStatusChanged = true;
+    for (const char* source : {"ATT-1", "ATT-2"}) {
+      auto attribute = std::make_shared<clZVAttributeMulti>();
+      attribute->Source = source;
+      termin->Attributes.Add(attribute, source);
+    }
+    return termin;
+  };
+  clZVAddTerminCol copied;
+  clZVAddTerminCol stored;
+  const auto original = read();
+  const auto by_copy = copied.Add(*original, 5);
+  const auto termin = read();
+  const auto as_read = stored.AddRead(termin, 5);
+
+  EXPECT_EQ(as_read->Termin, termin);
+  EXPECT_EQ(as_read->CmdID, by_copy->CmdID);
+  EXPECT_EQ(as_read->ItemType, by_copy->ItemType);
+  EXPECT_EQ(as_read->Termin->OnlyStatusChanged, by_copy->Termin->OnlyStatusChanged);
+  EXPECT_EQ(as_read->Termin->StartDateTime(), by_copy->Termin->StartDateTime());
+  ASSERT_EQ(as_read->Termin->Attributes.Count(), by_copy->Termin->Attributes.Count());
+  EXPECT_EQ(as_read->Termin->Attributes.Item(2)->Source, "ATT-2");
+  EXPECT_EQ(as_read->Termin->Attributes.Contains("ATT-1"),
+            by_copy->Termin->Attributes.Contains("ATT-1"));
+  EXPECT_FALSE(as_read->Termin->Attributes.Contains("ATT-1"));
+  EXPECT_EQ(ErrorNumberOf([&] { stored.AddRead(nullptr, 1); }), err::kInvalidCall);
+  EXPECT_EQ(stored.Count(), 1);
+}
+
 TEST(ReplaceTerminColTest, AddRefersToTheGivenAppointmentAndSetsTheFlag) {
   test::ScopedProcess scoped;
   clZVReplaceTerminCol col;

@@ -126,6 +126,45 @@ TEST(KeyedCollection, DuplicateKeyRaises457AndKeepsTheCollection) {
   EXPECT_EQ(c.Item("key")->value, 1);
 }
 
+// A few keys are found by going through the elements, many through an
+// index; both answer alike, also after removals and with the index built
+// while elements without a key stand between.
+TEST(KeyedCollection, FewAndManyKeysAnswerAlike) {
+  for (int count : {1, 8, 9, 200}) {
+    KeyedCollection<Thing> c;
+    for (int i = 0; i < count; ++i) {
+      c.Add(Make(-i));
+      c.Add(Make(i), "k" + std::to_string(i));
+    }
+    for (int i = 0; i < count; ++i) {
+      EXPECT_EQ(c.Item("K" + std::to_string(i))->value, i) << count;
+    }
+    EXPECT_EQ(ErrorNumberOf([&] { c.Add(Make(0), "K0"); }), 457) << count;
+    EXPECT_EQ(ErrorNumberOf([&] { c.Item("k" + std::to_string(count)); }), 5) << count;
+    c.Remove("k0");
+    EXPECT_FALSE(c.Contains("k0")) << count;
+    EXPECT_EQ(ErrorNumberOf([&] { c.Remove("k0"); }), 5) << count;
+    c.Add(Make(100), "k0");
+    EXPECT_EQ(c.Item("k0")->value, 100) << count;
+    EXPECT_EQ(c.Item(c.Count())->value, 100) << count;
+    EXPECT_EQ(c.Count(), 2 * count) << count;
+  }
+}
+
+TEST(KeyedCollection, ForgetKeysKeepsTheElementsWithoutTheirKeys) {
+  for (int count : {3, 20}) {
+    KeyedCollection<Thing> c;
+    for (int i = 0; i < count; ++i) c.Add(Make(i), "k" + std::to_string(i));
+    c.ForgetKeys();
+    ASSERT_EQ(c.Count(), count);
+    EXPECT_EQ(c.Item(2)->value, 1);
+    EXPECT_FALSE(c.Contains("k1"));
+    EXPECT_EQ(ErrorNumberOf([&] { c.Item("k1"); }), 5);
+    c.Add(Make(7), "k1");  // free again
+    EXPECT_EQ(c.Item("k1")->value, 7);
+  }
+}
+
 TEST(KeyedCollection, EmptyKeyNeverFailsAndEqualRecordsAreKept) {
   KeyedCollection<Thing> c;
   c.Add(Make(1));
