@@ -221,17 +221,50 @@ bool RawMessageCheck::Scan(std::string_view chunk) {
   if (width_ == 1) {
     const char* p = rest.data();
     const char* const end = p + rest.size();
+    // The states a message spends nearly all its bytes in (text, a tag, a
+    // quoted value) are handled here; the rest go through Unit().
     while (p < end) {
-      // The common states skip what cannot change them in tight loops.
-      if (state_ == State::kText) {
-        p = static_cast<const char*>(std::memchr(p, '<', static_cast<size_t>(end - p)));
-        if (p == nullptr) break;
-      } else if (state_ == State::kQuoted) {
-        p = static_cast<const char*>(std::memchr(p, quote_, static_cast<size_t>(end - p)));
-        if (p == nullptr) break;
-      } else if (state_ == State::kTag) {
-        while (p < end && !kTagMarks[static_cast<unsigned char>(*p)]) ++p;
-        if (p == end) break;
+      switch (state_) {
+        case State::kText:
+          p = static_cast<const char*>(std::memchr(p, '<', static_cast<size_t>(end - p)));
+          if (p == nullptr) return true;
+          state_ = State::kOpen;
+          ++p;
+          continue;
+        case State::kOpen:
+          if (*p == '?' || *p == '!') break;
+          state_ = State::kTag;
+          quote_ = 0;
+          equals_ = 0;
+          [[fallthrough]];
+        case State::kTag:
+          while (p < end && !kTagMarks[static_cast<unsigned char>(*p)]) ++p;
+          if (p == end) return true;
+          switch (*p) {
+            case '>':
+              state_ = State::kText;
+              break;
+            case '=':
+              if (++equals_ > xml_limits::kMaxAttributes) return false;
+              break;
+            case '<':
+              state_ = State::kOpen;
+              break;
+            default:  // a quote
+              quote_ = *p;
+              state_ = State::kQuoted;
+              break;
+          }
+          ++p;
+          continue;
+        case State::kQuoted:
+          p = static_cast<const char*>(std::memchr(p, quote_, static_cast<size_t>(end - p)));
+          if (p == nullptr) return true;
+          state_ = State::kTag;
+          ++p;
+          continue;
+        default:
+          break;
       }
       if (!Unit(static_cast<unsigned char>(*p))) return false;
       ++p;

@@ -3,35 +3,30 @@
 namespace kdzv {
 namespace {
 
-// Maps one character of `text` starting at `i` to its upper- or lower-case
-// form and appends it to `out`; returns the number of bytes consumed.
-size_t FoldOne(std::string_view text, size_t i, bool upper, std::string& out) {
-  const auto c = static_cast<unsigned char>(text[i]);
-  if (c < 0x80) {
-    char ch = text[i];
-    if (upper && ch >= 'a' && ch <= 'z') ch = static_cast<char>(ch - 'a' + 'A');
-    if (!upper && ch >= 'A' && ch <= 'Z') ch = static_cast<char>(ch - 'A' + 'a');
-    out.push_back(ch);
-    return 1;
-  }
-  // Latin-1 letters are encoded as C3 80..C3 BF; upper case 80..9E (except
-  // the multiplication sign 97), lower case A0..BE (except division sign B7).
-  if (c == 0xC3 && i + 1 < text.size()) {
-    auto d = static_cast<unsigned char>(text[i + 1]);
-    if (upper && d >= 0xA0 && d <= 0xBE && d != 0xB7) d = static_cast<unsigned char>(d - 0x20);
-    if (!upper && d >= 0x80 && d <= 0x9E && d != 0x97) d = static_cast<unsigned char>(d + 0x20);
-    out.push_back(text[i]);
-    out.push_back(static_cast<char>(d));
-    return 2;
-  }
-  out.push_back(text[i]);
-  return 1;
-}
-
+// The text with every ASCII and Latin-1 letter in upper or lower case; all
+// other bytes stay. Folding keeps the length in bytes, so it works in place
+// on a copy.
 std::string Fold(std::string_view text, bool upper) {
-  std::string out;
-  out.reserve(text.size());
-  for (size_t i = 0; i < text.size();) i += FoldOne(text, i, upper, out);
+  std::string out(text);
+  const size_t size = out.size();
+  for (size_t i = 0; i < size; ++i) {
+    const auto c = static_cast<unsigned char>(out[i]);
+    if (c < 0x80) {
+      if (upper ? (c >= 'a' && c <= 'z') : (c >= 'A' && c <= 'Z')) {
+        out[i] = static_cast<char>(c ^ 0x20);
+      }
+      continue;
+    }
+    // Latin-1 letters are encoded as C3 80..C3 BF; upper case 80..9E (except
+    // the multiplication sign 97), lower case A0..BE (except division sign B7).
+    if (c == 0xC3 && i + 1 < size) {
+      auto d = static_cast<unsigned char>(out[i + 1]);
+      if (upper && d >= 0xA0 && d <= 0xBE && d != 0xB7) d = static_cast<unsigned char>(d - 0x20);
+      if (!upper && d >= 0x80 && d <= 0x9E && d != 0x97) d = static_cast<unsigned char>(d + 0x20);
+      out[i + 1] = static_cast<char>(d);
+      ++i;
+    }
+  }
   return out;
 }
 
