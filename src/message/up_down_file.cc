@@ -386,6 +386,12 @@ bool clZVUpDownFile::pAnalyzeAddReplaceNode(const XmlNode& command) {
 }
 
 void clZVUpDownFile::ReadTermin(const XmlNode& vevent, clZVTermin& termin) {
+  // The attribute list is made once at its size.
+  size_t attributes = 0;
+  for (const XmlNode& child : vevent.Children()) {
+    if (EqualsIgnoreCase(child.Name(), "attribute")) ++attributes;
+  }
+  termin.Attributes.Reserve(static_cast<size_t>(termin.Attributes.Count()) + attributes);
   for (const XmlNode& child : vevent.Children()) {
     const std::string name = ToLower(child.Name());
     if (name == "source") {

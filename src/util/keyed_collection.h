@@ -54,8 +54,8 @@ class KeyedCollection {
     entries_.push_back(Entry{std::move(item), folded});
     if (!folded.empty()) {
       ++keyed_;
-      if (indexed_) {
-        index_.emplace(std::move(folded), entries_.back().item);
+      if (index_) {
+        index_->emplace(std::move(folded), entries_.back().item);
       } else if (keyed_ > kScannedKeys) {
         BuildIndex();
       }
@@ -108,10 +108,12 @@ class KeyedCollection {
   // Keeps every element, in order, but none under its key any more.
   void ForgetKeys() {
     for (Entry& entry : entries_) entry.folded_key.clear();
-    index_.clear();
-    indexed_ = false;
+    index_.reset();
     keyed_ = 0;
   }
+
+  // Makes room for `count` elements in all, as one block.
+  void Reserve(size_t count) { entries_.reserve(count); }
 
   // Iteration in insertion order yields the shared pointers.
   class const_iterator {
@@ -137,19 +139,18 @@ class KeyedCollection {
   static constexpr size_t kScannedKeys = 8;
 
   void BuildIndex() {
-    Index index;
+    auto index = std::make_unique<Index>();
     for (const Entry& entry : entries_) {
-      if (!entry.folded_key.empty()) index.emplace(entry.folded_key, entry.item);
+      if (!entry.folded_key.empty()) index->emplace(entry.folded_key, entry.item);
     }
     index_ = std::move(index);
-    indexed_ = true;
   }
 
   // The element registered under an upper-case key, or null.
   const Pointer* Registered(const std::string& folded) const {
-    if (indexed_) {
-      const auto found = index_.find(folded);
-      return found == index_.end() ? nullptr : &found->second;
+    if (index_) {
+      const auto found = index_->find(folded);
+      return found == index_->end() ? nullptr : &found->second;
     }
     for (const Entry& entry : entries_) {
       if (entry.folded_key == folded) return &entry.item;
@@ -183,15 +184,15 @@ class KeyedCollection {
   void Erase(size_t i) {
     if (!entries_[i].folded_key.empty()) {
       --keyed_;
-      if (indexed_) index_.erase(entries_[i].folded_key);
+      if (index_) index_->erase(entries_[i].folded_key);
     }
     entries_.erase(entries_.begin() + static_cast<std::ptrdiff_t>(i));
   }
 
   std::vector<Entry> entries_;
-  size_t keyed_ = 0;      // how many elements have a key
-  bool indexed_ = false;  // whether index_ holds every key
-  Index index_;
+  size_t keyed_ = 0;  // how many elements have a key
+  // Every key, once there are more than kScannedKeys; null before.
+  std::unique_ptr<Index> index_;
 };
 
 }  // namespace kdzv

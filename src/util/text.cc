@@ -37,6 +37,15 @@ std::string ToLower(std::string_view text) { return Fold(text, false); }
 
 bool EqualsIgnoreCase(std::string_view a, std::string_view b) {
   if (a.size() != b.size()) return false;  // folding keeps byte lengths
+  // ASCII alone needs no copies.
+  size_t i = 0;
+  for (; i < a.size(); ++i) {
+    const auto x = static_cast<unsigned char>(a[i]);
+    const auto y = static_cast<unsigned char>(b[i]);
+    if ((x | y) >= 0x80) break;
+    if (x != y && ((x | 0x20) != (y | 0x20) || (x | 0x20) < 'a' || (x | 0x20) > 'z')) return false;
+  }
+  if (i == a.size()) return true;
   return ToUpper(a) == ToUpper(b);
 }
 
