@@ -46,7 +46,7 @@ bool ReadItem(const XmlNode& node, std::string_view module, std::string_view pre
     if (node.Children().empty()) return false;
     size_t visited = 0;
     for (const XmlNode& child : node.Children()) {
-      const std::string name = ToLower(child.Name());
+      const LowerCase name(child.Name());
       if (!ReadCommonField(name, child, source, target, title) && !other(name, child)) {
         ReportUnknown(prefix, name);
       }

@@ -27,7 +27,7 @@ std::string ReportAndDescribe(std::string_view module, std::string_view procedur
 std::string clZVStatus::ReadFromXMLNode(const XmlNode& node) {
   try {
     for (const XmlNode& child : node.Children()) {
-      const std::string name = ToLower(child.Name());
+      const LowerCase name(child.Name());
       if (name == "cmd") {
         Cmd = child.Text();
       } else if (name == "cmdid") {
@@ -41,7 +41,7 @@ std::string clZVStatus::ReadFromXMLNode(const XmlNode& node) {
       } else if (name == "text") {
         Text = child.Text();
       } else {
-        LogLine("Unbekannter Knoten (Status): " + name);
+        LogLine("Unbekannter Knoten (Status): " + name.str());
       }
     }
     return std::string();
@@ -72,7 +72,7 @@ std::string clZVStatus::CreateXMLSource(XmlDocument& document, XmlElement& paren
 std::string clZVAlert::ReadFromXMLNode(const XmlNode& node) {
   try {
     for (const XmlNode& child : node.Children()) {
-      const std::string name = ToLower(child.Name());
+      const LowerCase name(child.Name());
       if (name == "cmdid") {
         // Numbers as the host reads them: a text that is not a number is a
         // type mismatch.
@@ -82,7 +82,7 @@ std::string clZVAlert::ReadFromXMLNode(const XmlNode& node) {
       } else if (name == "text") {
         Text = child.Text();
       } else {
-        LogLine("Unbekannter Knoten (alert): " + name);
+        LogLine("Unbekannter Knoten (alert): " + name.str());
       }
     }
     return std::string();

@@ -247,7 +247,7 @@ bool clZVUpDownFile::AnalyzeDownFile(std::string_view path) {
 void clZVUpDownFile::ReadHeader(const XmlNode& header) {
   clZVSyncHdr& hdr = SyncHdr();
   for (const XmlNode& child : header.Children()) {
-    const std::string name = ToLower(child.Name());
+    const LowerCase name(child.Name());
     if (name == "verdtd") {
       hdr.VerDTD = child.Text();
     } else if (name == "sessionid") {
@@ -269,7 +269,7 @@ void clZVUpDownFile::ReadHeader(const XmlNode& header) {
 void clZVUpDownFile::ReadLocation(const XmlNode& location, clZVSourceTargetItem& item) {
   const std::string parent = ToLower(location.Name());
   for (const XmlNode& child : location.Children()) {
-    const std::string name = ToLower(child.Name());
+    const LowerCase name(child.Name());
     if (name == "locname") {
       item.LocName = child.Text();
     } else if (name == "locuri") {
@@ -283,7 +283,7 @@ void clZVUpDownFile::ReadLocation(const XmlNode& location, clZVSourceTargetItem&
 // One command of the body; the reading has skipped the commands that are
 // read for their name alone.
 void clZVUpDownFile::ReadCommand(const XmlNode& command) {
-  const std::string name = ToLower(command.Name());
+  const LowerCase name(command.Name());
   if (name == "add" || name == "replace" || name == "delete") {
     if (!pAnalyzeAddReplaceNode(command)) ReportUnreadable("syncbody", command);
   } else if (name == "status") {
@@ -308,7 +308,7 @@ void clZVUpDownFile::ReadGet(const XmlNode& get) {
   bool asks_opening_times = false;
   int32_t cmd_id = 0;
   for (const XmlNode& child : get.Children()) {
-    const std::string name = ToLower(child.Name());
+    const LowerCase name(child.Name());
     if (name == "cmdid") {
       cmd_id = NumberIn(child);
     } else if (name == "openingtime") {
@@ -335,7 +335,7 @@ bool clZVUpDownFile::pAnalyzeAddReplaceNode(const XmlNode& command) {
   std::shared_ptr<clZVCalendar> calendar;
   std::shared_ptr<clZVAttributeMulti> attribute;
   for (const XmlNode& child : command.Children()) {
-    const std::string name = ToLower(child.Name());
+    const LowerCase name(child.Name());
     if (name == "cmdid") {
       cmd_id = NumberIn(child);
     } else if (name == "vevent") {
@@ -393,7 +393,7 @@ void clZVUpDownFile::ReadTermin(const XmlNode& vevent, clZVTermin& termin) {
   }
   termin.Attributes.Reserve(static_cast<size_t>(termin.Attributes.Count()) + attributes);
   for (const XmlNode& child : vevent.Children()) {
-    const std::string name = ToLower(child.Name());
+    const LowerCase name(child.Name());
     if (name == "source") {
       termin.Source = child.Text();
     } else if (name == "target") {
@@ -409,7 +409,7 @@ void clZVUpDownFile::ReadTermin(const XmlNode& vevent, clZVTermin& termin) {
     } else if (name == "customer") {
       clZVCustomer& customer = termin.Customer;
       for (const XmlNode& field : child.Children()) {
-        const std::string field_name = ToLower(field.Name());
+        const LowerCase field_name(field.Name());
         if (field_name == "title") {
           customer.Title = field.Text();
         } else if (field_name == "firstname") {
@@ -429,7 +429,7 @@ void clZVUpDownFile::ReadTermin(const XmlNode& vevent, clZVTermin& termin) {
         } else if (field_name == "email") {
           customer.Email = field.Text();
         } else {
-          ReportLine("Unbekannter Knoten (VEvent): customer>" + field_name);
+          ReportLine("Unbekannter Knoten (VEvent): customer>" + field_name.str());
         }
       }
     } else if (name == "calendar") {
@@ -448,7 +448,7 @@ void clZVUpDownFile::ReadTermin(const XmlNode& vevent, clZVTermin& termin) {
     } else if (name == "block") {
       termin.Block = ToLower(child.Text()) == "true";
     } else {
-      ReportLine("Unbekannter Knoten (VEvent): vevent>" + name);
+      ReportLine("Unbekannter Knoten (VEvent): vevent>" + name.str());
     }
   }
 }

@@ -24,3 +24,30 @@ TEST(TextTest, NamesThatCouldReachElsewhereAreNoPlainParts) {
 
 }  // namespace
 }  // namespace kdzv
+
+namespace kdzv {
+namespace {
+
+TEST(TextTest, LowerCaseIsToLowerForShortLongAndNonAsciiTexts) {
+  for (const std::string& text :
+       {std::string(), std::string("VEvent"), std::string("DateOfBirth"),
+        std::string(32, 'A'), std::string(33, 'B'), std::string("ÄRZTIN Müller"),
+        std::string("\xC3"), std::string("A\xFF"), std::string("MiXeD-42_<>")}) {
+    const LowerCase lower(text);
+    EXPECT_EQ(lower.view(), ToLower(text)) << text;
+    EXPECT_EQ(lower.str(), ToLower(text)) << text;
+  }
+  EXPECT_TRUE(LowerCase("CmdID") == "cmdid");
+}
+
+TEST(TextTest, EqualsIgnoreCaseFoldsAsciiAndLatin1Letters) {
+  EXPECT_TRUE(EqualsIgnoreCase("Attribute", "ATTRIBUTE"));
+  EXPECT_TRUE(EqualsIgnoreCase("Änderung", "äNDERUNG"));
+  EXPECT_FALSE(EqualsIgnoreCase("Attribute", "Attributes"));
+  EXPECT_FALSE(EqualsIgnoreCase("a@", "a`"));  // 0x40 and 0x60 differ only in bit 0x20
+  EXPECT_FALSE(EqualsIgnoreCase("[", "{"));
+  EXPECT_TRUE(EqualsIgnoreCase("", ""));
+}
+
+}  // namespace
+}  // namespace kdzv
