@@ -113,13 +113,16 @@ void OnStartElement(void* user_data, const xmlChar* local_name, const xmlChar* p
                     const xmlChar** /*attributes*/) {
   Guarded(user_data, [&](ParseState& state) {
     // The name as written: with its prefix, if it has one.
-    std::string name;
-    if (prefix != nullptr) {
-      name.append(View(prefix));
+    bool started = false;
+    if (prefix == nullptr) {
+      started = state.builder.StartElement(View(local_name));
+    } else {
+      std::string name(View(prefix));
       name.push_back(':');
+      name.append(View(local_name));
+      started = state.builder.StartElement(name);
     }
-    name.append(View(local_name));
-    if (!state.builder.StartElement(name)) Refuse(state);
+    if (!started) Refuse(state);
   });
 }
 
