@@ -1,20 +1,29 @@
 // Reading and writing messages of 1 000, 4 000, 8 000 and 100 000
-// appointments (and an element-dense message of 100 000), against raw
-// parses of the same files by libxml2 alone: its SAX2 parser without
-// handlers, fed the file in the same chunks as the reader (the ceiling of
-// any reader built on it), and its DOM.
+// appointments (and an element-dense message of 100 000), beside raw parses
+// of the same files by libxml2 alone:
+//   - its SAX2 parser without handlers, fed the file in the same chunks as
+//     the reader: the ceiling of any reader built on it;
+//   - the same parser with empty element and text handlers: what taking the
+//     events costs before a reader does anything with them;
+//   - its DOM.
 //
 //   message_bench                      all benchmarks, then a summary
 //   message_bench --benchmark_filter=Read
 //
+// Reading is timed from the file to the received message's items; letting
+// the items go afterwards is timed on its own (the intake lets each
+// appointment go once its event is over, so it never pays this at once).
+//
 // The summary gives MB/s (reading: of the download file; writing: of the
-// written answer), reading's share of the SAX2 ceiling's speed, and the
-// peak heap of one read as a multiple of the download file's size and of
-// one write as a multiple of the written answer's size. A column whose
-// benchmark was filtered out shows 0.
+// written answer), reading's share of the SAX2 ceiling's speed, the time
+// to let go of the items per appointment, and the peak heap of one read as
+// a multiple of the download file's size and of one write as a multiple of
+// the written answer's size. A column whose benchmark was filtered out
+// shows 0.
 #include <benchmark/benchmark.h>
 #include <libxml/parser.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <map>
@@ -94,6 +103,36 @@ void BM_SaxParse(benchmark::State& state) {
   state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * sample.bytes));
 }
 
+void IgnoreStart(void*, const xmlChar*, const xmlChar*, const xmlChar*, int, const xmlChar**, int,
+                 int, const xmlChar**) {}
+void IgnoreEnd(void*, const xmlChar*, const xmlChar*, const xmlChar*) {}
+void IgnoreText(void*, const xmlChar*, int) {}
+
+// The same with handlers for elements and text that do nothing.
+void BM_SaxEvents(benchmark::State& state) {
+  const Sample& sample = SampleFor(static_cast<int>(state.range(0)));
+  std::vector<char> chunk(64 * 1024);
+  for (auto _ : state) {
+    xmlSAXHandler handler{};
+    handler.initialized = XML_SAX2_MAGIC;
+    handler.startElementNs = &IgnoreStart;
+    handler.endElementNs = &IgnoreEnd;
+    handler.characters = &IgnoreText;
+    FILE* file = std::fopen(sample.path.c_str(), "rb");
+    xmlParserCtxtPtr context = xmlCreatePushParserCtxt(&handler, nullptr, nullptr, 0, nullptr);
+    xmlCtxtUseOptions(context, XML_PARSE_NONET);
+    for (;;) {
+      const size_t n = std::fread(chunk.data(), 1, chunk.size(), file);
+      xmlParseChunk(context, chunk.data(), static_cast<int>(n), n == 0 ? 1 : 0);
+      if (n == 0) break;
+    }
+    if (context->wellFormed == 0) state.SkipWithError("libxml2 could not parse the sample");
+    xmlFreeParserCtxt(context);
+    std::fclose(file);
+  }
+  state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * sample.bytes));
+}
+
 void BM_RawParse(benchmark::State& state) {
   const Sample& sample = SampleFor(static_cast<int>(state.range(0)));
   for (auto _ : state) {
@@ -104,18 +143,30 @@ void BM_RawParse(benchmark::State& state) {
   state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * sample.bytes));
 }
 
+double SecondsSince(std::chrono::steady_clock::time_point start) {
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
 void BM_Read(benchmark::State& state) {
   const Sample& sample = SampleFor(static_cast<int>(state.range(0)));
   posix::Libxml2Parser parser;
   posix::PosixFileSystem fs;
+  double free_seconds = 0;
   for (auto _ : state) {
-    clZVUpDownFile file(parser, fs, kHost);
-    if (!file.AnalyzeDownFile(sample.path)) state.SkipWithError("the reader failed");
-    if (file.AddTerminCol().Count() != std::abs(state.range(0))) {
+    auto file = std::make_unique<clZVUpDownFile>(parser, fs, kHost);
+    const auto start = std::chrono::steady_clock::now();
+    const bool read = file->AnalyzeDownFile(sample.path);
+    state.SetIterationTime(SecondsSince(start));
+    if (!read) state.SkipWithError("the reader failed");
+    if (file->AddTerminCol().Count() != std::abs(state.range(0))) {
       state.SkipWithError("appointments lost");
     }
+    const auto free_start = std::chrono::steady_clock::now();
+    file.reset();
+    free_seconds += SecondsSince(free_start);
   }
   state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * sample.bytes));
+  state.counters["free_ms"] = free_seconds * 1e3 / static_cast<double>(state.iterations());
 }
 
 void BM_Write(benchmark::State& state) {
@@ -140,8 +191,9 @@ constexpr int kSizes[] = {1000, 4000, 8000, 100000, kDense};
 #define KDZV_SIZES \
   Arg(1000)->Arg(4000)->Arg(8000)->Arg(100000)->Arg(kDense)->Unit(benchmark::kMillisecond)
 BENCHMARK(BM_SaxParse)->KDZV_SIZES;
+BENCHMARK(BM_SaxEvents)->KDZV_SIZES;
 BENCHMARK(BM_RawParse)->KDZV_SIZES;
-BENCHMARK(BM_Read)->KDZV_SIZES;
+BENCHMARK(BM_Read)->KDZV_SIZES->UseManualTime();
 BENCHMARK(BM_Write)->KDZV_SIZES;
 
 // Keeps the seconds per iteration of every run for the summary.
@@ -150,12 +202,17 @@ class CollectingReporter : public benchmark::ConsoleReporter {
   void ReportRuns(const std::vector<Run>& runs) override {
     for (const Run& run : runs) {
       if (run.run_type == Run::RT_Iteration && run.iterations > 0) {
-        seconds[run.benchmark_name()] = run.GetAdjustedRealTime() / 1e3;  // ms -> s
+        // The name without the "/manual_time" of a manually timed run.
+        std::string name = run.run_name.function_name + "/" + run.run_name.args;
+        seconds[name] = run.GetAdjustedRealTime() / 1e3;  // ms -> s
+        const auto free_ms = run.counters.find("free_ms");
+        if (free_ms != run.counters.end()) free_seconds[name] = free_ms->second.value / 1e3;
       }
     }
     ConsoleReporter::ReportRuns(runs);
   }
   std::map<std::string, double> seconds;
+  std::map<std::string, double> free_seconds;
 };
 
 size_t FileBytes(const std::string& path) {
@@ -169,8 +226,9 @@ size_t FileBytes(const std::string& path) {
 }
 
 void PrintSummary(const CollectingReporter& reporter) {
-  std::printf("\n%-8s %8s %8s %8s %9s %10s %8s %10s %10s\n", "size", "file MB", "sax MB/s",
-              "dom MB/s", "read MB/s", "write MB/s", "read/sax", "peak read", "peak write");
+  std::printf("\n%-9s %7s %8s %8s %8s %9s %10s %8s %9s %9s %10s\n", "size", "file MB",
+              "sax MB/s", "events", "dom MB/s", "read MB/s", "write MB/s", "read/sax",
+              "free us/a", "peak read", "peak write");
   posix::Libxml2Parser parser;
   posix::PosixFileSystem fs;
   for (int n : kSizes) {
@@ -179,9 +237,13 @@ void PrintSummary(const CollectingReporter& reporter) {
       const auto found = reporter.seconds.find(std::string(name) + arg);
       return found == reporter.seconds.end() ? 0.0 : found->second;
     };
-    const double sax = time("BM_SaxParse"), dom = time("BM_RawParse"), read = time("BM_Read"),
+    const double sax = time("BM_SaxParse"), events = time("BM_SaxEvents"),
+                 dom = time("BM_RawParse"), read = time("BM_Read"),
                  write = time("BM_Write");
-    if (sax + dom + read + write == 0) continue;  // this size was filtered out
+    if (sax + events + dom + read + write == 0) continue;  // this size was filtered out
+    const auto freed = reporter.free_seconds.find("BM_Read" + arg);
+    const double free_us_per_appointment =
+        freed == reporter.free_seconds.end() ? 0.0 : freed->second * 1e6 / std::abs(n);
     const Sample& sample = SampleFor(n);
     const double mb = static_cast<double>(sample.bytes) / 1e6;
 
@@ -216,10 +278,10 @@ void PrintSummary(const CollectingReporter& reporter) {
       return seconds > 0 ? megabytes / seconds : 0.0;
     };
     const std::string label = n < 0 ? "dense" + std::to_string(-n / 1000) + "k" : std::to_string(n);
-    std::printf("%-8s %8.1f %8.1f %8.1f %9.1f %10.1f %8.2f %9.1fx %9.1fx\n", label.c_str(), mb,
-                rate(mb, sax), rate(mb, dom), rate(mb, read),
+    std::printf("%-9s %7.1f %8.1f %8.1f %8.1f %9.1f %10.1f %8.2f %9.2f %8.1fx %9.1fx\n",
+                label.c_str(), mb, rate(mb, sax), rate(mb, events), rate(mb, dom), rate(mb, read),
                 rate(static_cast<double>(written) / 1e6, write), read > 0 ? sax / read : 0.0,
-                read_peak, write_peak);
+                free_us_per_appointment, read_peak, write_peak);
   }
 }
 
