@@ -15,13 +15,16 @@
 // appointment go once its event is over, so it never pays this at once).
 //
 // The summary gives MB/s (reading: of the download file; writing: of the
-// written answer), reading's share of the SAX2 ceiling's speed, the time
+// written answer), the kernel's share of reading's time (page faults of
+// fresh heap, paid when the items need more memory than an earlier read
+// left to the process), reading's share of the SAX2 ceiling's speed, the time
 // to let go of the items per appointment, and the peak heap of one read as
 // a multiple of the download file's size and of one write as a multiple of
 // the written answer's size. A column whose benchmark was filtered out
 // shows 0.
 #include <benchmark/benchmark.h>
 #include <libxml/parser.h>
+#include <sys/resource.h>
 
 #include <chrono>
 #include <cstdio>
@@ -147,16 +150,35 @@ double SecondsSince(std::chrono::steady_clock::time_point start) {
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
+// The kernel's share of the process's time so far, and its page faults.
+struct KernelUse {
+  double seconds = 0;
+  long faults = 0;
+};
+KernelUse KernelUseNow() {
+  rusage use{};
+  ::getrusage(RUSAGE_SELF, &use);
+  return KernelUse{static_cast<double>(use.ru_stime.tv_sec) +
+                       static_cast<double>(use.ru_stime.tv_usec) / 1e6,
+                   use.ru_minflt + use.ru_majflt};
+}
+
 void BM_Read(benchmark::State& state) {
   const Sample& sample = SampleFor(static_cast<int>(state.range(0)));
   posix::Libxml2Parser parser;
   posix::PosixFileSystem fs;
   double free_seconds = 0;
+  double kernel_seconds = 0;
+  long faults = 0;
   for (auto _ : state) {
     auto file = std::make_unique<clZVUpDownFile>(parser, fs, kHost);
+    const KernelUse kernel_before = KernelUseNow();
     const auto start = std::chrono::steady_clock::now();
     const bool read = file->AnalyzeDownFile(sample.path);
     state.SetIterationTime(SecondsSince(start));
+    const KernelUse kernel_after = KernelUseNow();
+    kernel_seconds += kernel_after.seconds - kernel_before.seconds;
+    faults += kernel_after.faults - kernel_before.faults;
     if (!read) state.SkipWithError("the reader failed");
     if (file->AddTerminCol().Count() != std::abs(state.range(0))) {
       state.SkipWithError("appointments lost");
@@ -166,7 +188,12 @@ void BM_Read(benchmark::State& state) {
     free_seconds += SecondsSince(free_start);
   }
   state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * sample.bytes));
-  state.counters["free_ms"] = free_seconds * 1e3 / static_cast<double>(state.iterations());
+  const auto iterations = static_cast<double>(state.iterations());
+  state.counters["free_ms"] = free_seconds * 1e3 / iterations;
+  // Reading's time in the kernel: mostly the page faults of fresh heap, which
+  // a read pays when its items need more memory than earlier reads left.
+  state.counters["kernel_ms"] = kernel_seconds * 1e3 / iterations;
+  state.counters["faults"] = static_cast<double>(faults) / iterations;
 }
 
 void BM_Write(benchmark::State& state) {
@@ -207,12 +234,15 @@ class CollectingReporter : public benchmark::ConsoleReporter {
         seconds[name] = run.GetAdjustedRealTime() / 1e3;  // ms -> s
         const auto free_ms = run.counters.find("free_ms");
         if (free_ms != run.counters.end()) free_seconds[name] = free_ms->second.value / 1e3;
+        const auto kernel_ms = run.counters.find("kernel_ms");
+        if (kernel_ms != run.counters.end()) kernel_seconds[name] = kernel_ms->second.value / 1e3;
       }
     }
     ConsoleReporter::ReportRuns(runs);
   }
   std::map<std::string, double> seconds;
   std::map<std::string, double> free_seconds;
+  std::map<std::string, double> kernel_seconds;
 };
 
 size_t FileBytes(const std::string& path) {
@@ -226,8 +256,8 @@ size_t FileBytes(const std::string& path) {
 }
 
 void PrintSummary(const CollectingReporter& reporter) {
-  std::printf("\n%-9s %7s %8s %8s %8s %9s %10s %8s %9s %9s %10s\n", "size", "file MB",
-              "sax MB/s", "events", "dom MB/s", "read MB/s", "write MB/s", "read/sax",
+  std::printf("\n%-9s %7s %8s %8s %8s %9s %7s %10s %8s %9s %9s %10s\n", "size", "file MB",
+              "sax MB/s", "events", "dom MB/s", "read MB/s", "kernel", "write MB/s", "read/sax",
               "free us/a", "peak read", "peak write");
   posix::Libxml2Parser parser;
   posix::PosixFileSystem fs;
@@ -244,6 +274,10 @@ void PrintSummary(const CollectingReporter& reporter) {
     const auto freed = reporter.free_seconds.find("BM_Read" + arg);
     const double free_us_per_appointment =
         freed == reporter.free_seconds.end() ? 0.0 : freed->second * 1e6 / std::abs(n);
+    // The kernel's share of reading's time (page faults of fresh heap).
+    const auto kernel = reporter.kernel_seconds.find("BM_Read" + arg);
+    const double kernel_share =
+        kernel == reporter.kernel_seconds.end() || read <= 0 ? 0.0 : kernel->second / read;
     const Sample& sample = SampleFor(n);
     const double mb = static_cast<double>(sample.bytes) / 1e6;
 
@@ -278,10 +312,10 @@ void PrintSummary(const CollectingReporter& reporter) {
       return seconds > 0 ? megabytes / seconds : 0.0;
     };
     const std::string label = n < 0 ? "dense" + std::to_string(-n / 1000) + "k" : std::to_string(n);
-    std::printf("%-9s %7.1f %8.1f %8.1f %8.1f %9.1f %10.1f %8.2f %9.2f %8.1fx %9.1fx\n",
+    std::printf("%-9s %7.1f %8.1f %8.1f %8.1f %9.1f %6.0f%% %10.1f %8.2f %9.2f %8.1fx %9.1fx\n",
                 label.c_str(), mb, rate(mb, sax), rate(mb, events), rate(mb, dom), rate(mb, read),
-                rate(static_cast<double>(written) / 1e6, write), read > 0 ? sax / read : 0.0,
-                free_us_per_appointment, read_peak, write_peak);
+                kernel_share * 100, rate(static_cast<double>(written) / 1e6, write),
+                read > 0 ? sax / read : 0.0, free_us_per_appointment, read_peak, write_peak);
   }
 }
 
