@@ -34,14 +34,6 @@ class KeyedCollection {
  public:
   using Pointer = std::shared_ptr<T>;
 
- private:
-  struct Entry {
-    Pointer item;
-    std::string folded_key;  // empty when added without a key
-  };
-
- public:
-
   // Appends `item`; a non-empty `key` is registered for it. Raises 457 for a
   // key already in the collection (case-insensitively) and 5 for a null item.
   const Pointer& Add(Pointer item, std::string_view key = {}) {
@@ -51,21 +43,30 @@ class KeyedCollection {
       folded = ToUpper(key);
       if (Registered(folded) != nullptr) RaiseStandard(err::kDuplicateKey);
     }
-    entries_.push_back(Entry{std::move(item), folded});
+    items_.push_back(std::move(item));
+    if (folded.empty() && keys_.empty()) return items_.back();
+    try {
+      // The keys are kept beside the elements from the first one on.
+      keys_.resize(items_.size() - 1);
+      keys_.push_back(folded);
+    } catch (...) {
+      items_.pop_back();
+      throw;
+    }
     if (!folded.empty()) {
       ++keyed_;
       if (index_) {
-        index_->emplace(std::move(folded), entries_.back().item);
+        index_->emplace(std::move(folded), items_.back());
       } else if (keyed_ > kScannedKeys) {
         BuildIndex();
       }
     }
-    return entries_.back().item;
+    return items_.back();
   }
 
-  int32_t Count() const { return static_cast<int32_t>(entries_.size()); }
+  int32_t Count() const { return static_cast<int32_t>(items_.size()); }
 
-  const Pointer& Item(int32_t position) const { return entries_[Locate(position)].item; }
+  const Pointer& Item(int32_t position) const { return items_[Locate(position)]; }
   const Pointer& Item(std::string_view key) const { return Find(key); }
   const Pointer& Item(const char* key) const { return Item(std::string_view(key)); }
   const Pointer& Item(const std::string& key) const { return Item(std::string_view(key)); }
@@ -92,56 +93,46 @@ class KeyedCollection {
   // end. If `each` raises, the elements not yet handed over go with it.
   template <class Each>
   void Drain(Each&& each) {
-    std::vector<Entry> entries = std::move(entries_);
+    std::vector<Pointer> items = std::move(items_);
     Clear();
-    for (Entry& entry : entries) {
-      Pointer item = std::move(entry.item);
+    for (Pointer& entry : items) {
+      Pointer item = std::move(entry);
       each(item);
     }
   }
 
   void Clear() {
-    entries_.clear();
+    items_.clear();
     ForgetKeys();
   }
 
   // Keeps every element, in order, but none under its key any more.
   void ForgetKeys() {
-    for (Entry& entry : entries_) entry.folded_key.clear();
+    keys_ = std::vector<std::string>();
     index_.reset();
     keyed_ = 0;
   }
 
   // Makes room for `count` elements in all, as one block.
-  void Reserve(size_t count) { entries_.reserve(count); }
+  void Reserve(size_t count) { items_.reserve(count); }
 
   // Iteration in insertion order yields the shared pointers.
-  class const_iterator {
-   public:
-    using Inner = typename std::vector<Entry>::const_iterator;
-    explicit const_iterator(Inner it) : it_(it) {}
-    const Pointer& operator*() const { return it_->item; }
-    const_iterator& operator++() { ++it_; return *this; }
-    bool operator==(const const_iterator& o) const { return it_ == o.it_; }
-    bool operator!=(const const_iterator& o) const { return it_ != o.it_; }
-   private:
-    Inner it_;
-  };
-  const_iterator begin() const { return const_iterator(entries_.begin()); }
-  const_iterator end() const { return const_iterator(entries_.end()); }
+  using const_iterator = typename std::vector<Pointer>::const_iterator;
+  const_iterator begin() const { return items_.begin(); }
+  const_iterator end() const { return items_.end(); }
 
  private:
   using Index = std::unordered_map<std::string, Pointer>;
 
-  // Up to this many keys are found by going through the elements: most
+  // Up to this many keys are found by going through the keys: most
   // collections (the attributes of an appointment, the values of an
   // attribute) hold a few, and a hash index would cost more than it saves.
   static constexpr size_t kScannedKeys = 8;
 
   void BuildIndex() {
     auto index = std::make_unique<Index>();
-    for (const Entry& entry : entries_) {
-      if (!entry.folded_key.empty()) index->emplace(entry.folded_key, entry.item);
+    for (size_t i = 0; i < keys_.size(); ++i) {
+      if (!keys_[i].empty()) index->emplace(keys_[i], items_[i]);
     }
     index_ = std::move(index);
   }
@@ -152,8 +143,8 @@ class KeyedCollection {
       const auto found = index_->find(folded);
       return found == index_->end() ? nullptr : &found->second;
     }
-    for (const Entry& entry : entries_) {
-      if (entry.folded_key == folded) return &entry.item;
+    for (size_t i = 0; i < keys_.size(); ++i) {
+      if (keys_[i] == folded) return &items_[i];
     }
     return nullptr;
   }
@@ -172,8 +163,8 @@ class KeyedCollection {
   size_t Locate(std::string_view key) const {
     if (key.empty()) RaiseStandard(err::kInvalidCall);
     const std::string folded = ToUpper(key);
-    for (size_t i = 0; i < entries_.size(); ++i) {
-      if (entries_[i].folded_key == folded) return i;
+    for (size_t i = 0; i < keys_.size(); ++i) {
+      if (keys_[i] == folded) return i;
     }
     RaiseStandard(err::kInvalidCall);
   }
@@ -182,14 +173,21 @@ class KeyedCollection {
     return Locate(std::string_view(std::get<std::string>(index_or_key)));
   }
   void Erase(size_t i) {
-    if (!entries_[i].folded_key.empty()) {
-      --keyed_;
-      if (index_) index_->erase(entries_[i].folded_key);
+    const auto at = static_cast<std::ptrdiff_t>(i);
+    if (!keys_.empty()) {
+      if (!keys_[i].empty()) {
+        --keyed_;
+        if (index_) index_->erase(keys_[i]);
+      }
+      keys_.erase(keys_.begin() + at);
     }
-    entries_.erase(entries_.begin() + static_cast<std::ptrdiff_t>(i));
+    items_.erase(items_.begin() + at);
   }
 
-  std::vector<Entry> entries_;
+  std::vector<Pointer> items_;
+  // The upper-case key of each element (empty: none); no entries at all
+  // while no element has a key.
+  std::vector<std::string> keys_;
   size_t keyed_ = 0;  // how many elements have a key
   // Every key, once there are more than kScannedKeys; null before.
   std::unique_ptr<Index> index_;
