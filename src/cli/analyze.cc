@@ -53,7 +53,7 @@ void DescribeAttribute(std::ostream& out, std::string_view indent,
                        const clZVAttributeMulti& attribute) {
   out << Field("Source", attribute.Source) << " " << Field("Target", attribute.Target) << " "
       << Field("Title", attribute.Title) << "\n";
-  for (const auto& value : *attribute.Values) DescribeValue(out, indent, *value);
+  for (const auto& value : attribute.Values) DescribeValue(out, indent, *value);
 }
 
 void DescribeTermin(std::ostream& out, const clZVTermin& t) {
@@ -76,7 +76,7 @@ void DescribeTermin(std::ostream& out, const clZVTermin& t) {
     out << "    attribute: " << Field("Source", attribute->Source) << " "
         << Field("Target", attribute->Target) << " " << Field("Title", attribute->Title) << "\n";
     if (const auto* multi = dynamic_cast<const clZVAttributeMulti*>(attribute.get())) {
-      for (const auto& value : *multi->Values) DescribeValue(out, "      ", *value);
+      for (const auto& value : multi->Values) DescribeValue(out, "      ", *value);
     } else if (const auto value = attribute->FirstValue()) {
       DescribeValue(out, "      ", *value);
     }

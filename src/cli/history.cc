@@ -242,7 +242,7 @@ void ReadMessage(const std::string& path, const std::string& name, HistorySessio
   for (const auto& item : reader.AddAttributesCol()) {
     const auto& a = *item->AAttribute;
     std::string values;
-    for (const auto& value : *a.Values) {
+    for (const auto& value : a.Values) {
       values += values.empty() ? ": " : ", ";
       values += Quoted(value->Title);
     }

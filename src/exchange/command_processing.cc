@@ -89,7 +89,7 @@ void kdZVInterface::HandleDownFile(clZVUpDownFile& received, bool& send_reply,
                      "' nicht bekannt. Ggf. Matching-Daei prüfen.");
         continue;
       }
-      for (const auto& value : *attribute.Values) {
+      for (const auto& value : attribute.Values) {
         LogAndShow("-> Neues Attribut (Methode): " + value->Title);
         std::shared_ptr<kdZVCalendar> record;
         matching_.CopyZVAttributeToHXCalendar(value.get(), record);
@@ -105,7 +105,7 @@ void kdZVInterface::HandleDownFile(clZVUpDownFile& received, bool& send_reply,
         ids.Source = attribute.Source;
         ids.Target = attribute.Target;
         ids.Title = attribute.Title;
-        ids.Values->Add(record->AttributeIDHX, value->Source, value->Title);
+        ids.Values.Add(record->AttributeIDHX, value->Source, value->Title);
         answer.AddAttributesCol().Add(ids, 0);
       }
     }

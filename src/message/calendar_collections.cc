@@ -46,7 +46,7 @@ std::shared_ptr<clZVAddReplaceItem> clZVAddAttributesCol::Add(const clZVAttribut
   copy.Target = Attribute.Target;
   copy.Title = Attribute.Title;
   // A list of its own that holds the given attribute's value objects.
-  for (const auto& value : *Attribute.Values) copy.Values->Add(value);
+  for (const auto& value : Attribute.Values) copy.Values.Add(value);
   return KeyedCollection::Add(std::move(item), sKey);
 }
 

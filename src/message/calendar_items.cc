@@ -169,8 +169,8 @@ bool clZVAttribute::CreateXMLSource(XmlDocument& document, XmlElement& parent,
 // --- clZVAttributeMulti -----------------------------------------------------
 
 std::shared_ptr<clZVAttributeValue> clZVAttributeMulti::FirstValue() const {
-  if (!Values || Values->Count() < 1) return nullptr;
-  return Values->Item(1);
+  if (Values.Count() < 1) return nullptr;
+  return Values.Item(1);
 }
 
 bool clZVAttributeMulti::ReadFromXMLNode(const XmlNode& node) {
@@ -179,7 +179,7 @@ bool clZVAttributeMulti::ReadFromXMLNode(const XmlNode& node) {
                     if (name != "value") return false;
                     auto value = std::make_shared<clZVAttributeValue>();
                     if (value->ReadFromXMLNode(child)) {
-                      Values->Add(std::move(value));
+                      Values.Add(std::move(value));
                     } else {
                       ReportLine(
                           "clZVAttributeMulti.ReadFromXMLNode: AttributeValue konnte nicht "

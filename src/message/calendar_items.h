@@ -107,8 +107,8 @@ class clZVAttributeMulti : public clZVAttributeBase {
  public:
   static constexpr std::string_view kModule = "clZVAttributeMulti";
 
-  // Created with the attribute; every "Value" element read adds one.
-  std::shared_ptr<clZVAttributeValues> Values = std::make_shared<clZVAttributeValues>();
+  // Every "Value" element read adds one.
+  clZVAttributeValues Values;
 
   std::shared_ptr<clZVAttributeValue> FirstValue() const override;
   bool ReadFromXMLNode(const XmlNode& node) override;

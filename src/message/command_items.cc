@@ -19,13 +19,13 @@ bool clZVAddReplaceItem::CreateXMLSource(XmlDocument& document, XmlElement& pare
 
     if (ItemType == item_type::kAttribute) {
       // An attribute travels as its first value.
-      if (AAttribute->Values->Count() < 1) {
+      if (AAttribute->Values.Count() < 1) {
         ReportLine(
             "XML-Daten für Subitem 'Attribut' konnten nicht erstellt werden: Attribut enthät "
             "keine Values");
         return false;
       }
-      if (!AAttribute->Values->Item(1)->CreateXMLSource(document, element, "Attribute_Value")) {
+      if (!AAttribute->Values.Item(1)->CreateXMLSource(document, element, "Attribute_Value")) {
         ReportLine("XML-Daten für Subitem 'Attribut_Value' konnten nicht erstellt werden.");
         return false;
       }

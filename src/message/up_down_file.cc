@@ -374,7 +374,7 @@ bool clZVUpDownFile::pAnalyzeAddReplaceNode(const XmlNode& command) {
       ReportLine(std::string(command.Name()) + " bei <calendar> nicht unterstützt.");
     }
   }
-  if (attribute && attribute->Values->Count() > 0) {
+  if (attribute && attribute->Values.Count() > 0) {
     if (kind == "ADD") {
       AddAttributesCol().Add(*attribute, cmd_id);
       stored = true;

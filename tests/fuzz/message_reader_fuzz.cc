@@ -82,7 +82,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     for (const auto& item : message.ReplaceTerminCol()) total += item->Termin->Source.size();
     for (const auto& item : message.DeleteTerminCol()) total += item->TerminKey->TerminKeySource.size();
     for (const auto& item : message.AddCalendarCol()) total += item->Calendar->Title.size();
-    for (const auto& item : message.AddAttributesCol()) total += item->AAttribute->Values->Count();
+    for (const auto& item : message.AddAttributesCol()) total += item->AAttribute->Values.Count();
     for (const auto& status : message.StatusCol()) total += status->Data.size();
     if (total == SIZE_MAX) __builtin_trap();
   }

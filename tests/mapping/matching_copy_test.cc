@@ -458,13 +458,13 @@ TEST_F(MatchingCopyTest, SingleValueAttributeWithoutItsValue) {
 
 TEST_F(MatchingCopyTest, AttributeWithSeveralValuesUsesTheFirst) {
   auto neu = AddMulti(termin, "Neuer Patient");
-  neu->Values->Add("np-1", "", "ja");
-  neu->Values->Add("np-2", "", "nein");
+  neu->Values.Add("np-1", "", "ja");
+  neu->Values.Add("np-2", "", "nein");
   auto methode = AddMulti(termin, "Behandlungsart");
-  methode->Values->Add("m-1", "hx-1", "Massage");
-  methode->Values->Add("m-2", "hx-2", "Fango");
+  methode->Values.Add("m-1", "hx-1", "Massage");
+  methode->Values.Add("m-2", "hx-2", "Fango");
   auto versicherung = AddMulti(termin, "Versichertenart");
-  versicherung->Values->Add("v-1", "", "gesetzlich");
+  versicherung->Values.Add("v-1", "", "gesetzlich");
   Copy();
   EXPECT_TRUE(record.PatientNeu);
   EXPECT_EQ(record.TerminMethode, "Massage");

@@ -86,19 +86,19 @@ TEST(AddAttributesColTest, AddCopiesFieldsAndSharesTheValueObjects) {
   attribute.Source = "A1";
   attribute.Target = "H1";
   attribute.Title = "Behandlungsart";
-  const auto first = attribute.Values->Add("V1", "HV1", "Prophylaxe", "v1");
+  const auto first = attribute.Values.Add("V1", "HV1", "Prophylaxe", "v1");
   const auto item = col.Add(attribute, 9);
   EXPECT_EQ(item->ItemType, item_type::kAttribute);
   EXPECT_EQ(item->CmdID, 9);
   EXPECT_EQ(item->AAttribute->Source, "A1");
   EXPECT_EQ(item->AAttribute->Target, "H1");
   EXPECT_EQ(item->AAttribute->Title, "Behandlungsart");
-  ASSERT_EQ(item->AAttribute->Values->Count(), 1);
-  EXPECT_EQ(item->AAttribute->Values->Item(1), first);
+  ASSERT_EQ(item->AAttribute->Values.Count(), 1);
+  EXPECT_EQ(item->AAttribute->Values.Item(1), first);
   // The item has a list of its own.
-  attribute.Values->Add("V2", "HV2", "Bleaching");
+  attribute.Values.Add("V2", "HV2", "Bleaching");
   attribute.Title = "changed";
-  EXPECT_EQ(item->AAttribute->Values->Count(), 1);
+  EXPECT_EQ(item->AAttribute->Values.Count(), 1);
   EXPECT_EQ(item->AAttribute->Title, "Behandlungsart");
   // The value objects are shared: a host id recorded later is written.
   first->Target = "HX-42";
@@ -111,8 +111,8 @@ TEST(AddAttributesColTest, WritesEachItemAsMapWithItsFirstValue) {
   XmlElement body("SyncBody");
   clZVAddAttributesCol col;
   clZVAttributeMulti attribute;
-  attribute.Values->Add("V1", "HV1", "Prophylaxe");
-  attribute.Values->Add("V2", "HV2", "Bleaching");
+  attribute.Values.Add("V1", "HV1", "Prophylaxe");
+  attribute.Values.Add("V2", "HV2", "Bleaching");
   col.Add(attribute, 6);
   EXPECT_TRUE(col.CreateXMLSource(document, body));
   EXPECT_EQ(OnlyChildXml(body), Golden("items/add_attribute.xml"));
@@ -125,7 +125,7 @@ TEST(AddAttributesColTest, ItemWithoutValuesStopsWithoutAMessageOfItsOwn) {
   XmlElement body("SyncBody");
   clZVAddAttributesCol col;
   clZVAttributeMulti with_value;
-  with_value.Values->Add("V1", "HV1", "Prophylaxe");
+  with_value.Values.Add("V1", "HV1", "Prophylaxe");
   col.Add(with_value, 1);
   col.Add(clZVAttributeMulti(), 2);
   col.Add(with_value, 3);
@@ -147,7 +147,7 @@ TEST(AddAttributesColTest, FailingItemIsNotToldAboutByTheCollection) {
   XmlElement body("SyncBody");
   clZVAddAttributesCol col;
   clZVAttributeMulti attribute;
-  attribute.Values->Add("V1", "HV1", "Prophylaxe");
+  attribute.Values.Add("V1", "HV1", "Prophylaxe");
   for (int32_t id = 1; id <= 3; ++id) col.Add(attribute, id);
   EXPECT_FALSE(col.CreateXMLSource(document, body));
   EXPECT_TRUE(scoped.ui.boxes.empty());

@@ -170,10 +170,10 @@ TEST(AttributeMultiTest, EveryReadableValueIsAdded) {
        XmlElement("Value"), ValueNode("V2", "", "Bleaching"), Text("Other", "")})));
   EXPECT_EQ(multi.Source, "A1");
   EXPECT_EQ(multi.Title, "Behandlungsart");
-  ASSERT_EQ(multi.Values->Count(), 2);
-  EXPECT_EQ(multi.Values->Item(1)->Title, "Prophylaxe");
-  EXPECT_EQ(multi.Values->Item(2)->Title, "Bleaching");
-  EXPECT_EQ(multi.FirstValue(), multi.Values->Item(1));
+  ASSERT_EQ(multi.Values.Count(), 2);
+  EXPECT_EQ(multi.Values.Item(1)->Title, "Prophylaxe");
+  EXPECT_EQ(multi.Values.Item(2)->Title, "Bleaching");
+  EXPECT_EQ(multi.FirstValue(), multi.Values.Item(1));
   EXPECT_EQ(BoxTexts(scoped),
             (Names{kMultiValueUnreadable, "Unbekannter Knoten (AttributeValue): other"}));
   EXPECT_EQ(CountOf(scoped.log.lines, kMultiValueUnreadable), 1);
@@ -190,7 +190,7 @@ TEST(AttributeMultiTest, ElementWithoutChildrenLeavesTheItemUntouched) {
   multi.Source = "keep";
   EXPECT_FALSE(multi.ReadFromXMLNode(test::ElementAndNode(XmlElement("Attribute"))));
   EXPECT_EQ(multi.Source, "keep");
-  EXPECT_EQ(multi.Values->Count(), 0);
+  EXPECT_EQ(multi.Values.Count(), 0);
 }
 
 // --- writing ----------------------------------------------------------------
@@ -253,7 +253,7 @@ TEST(AttributeMultiTest, WritesSourceAndTargetOnly) {
   multi.Source = "A2";
   multi.Target = "H2";
   multi.Title = "Versicherung";
-  multi.Values->Add("V9", "HV9", "Privat");
+  multi.Values.Add("V9", "HV9", "Privat");
   EXPECT_TRUE(multi.CreateXMLSource(document, parent, "Attribute"));
   EXPECT_EQ(OnlyChildXml(parent), Golden("items/attribute_multi.xml"));
 }

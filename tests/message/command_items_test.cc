@@ -98,8 +98,8 @@ TEST(AddReplaceItemTest, AttributeIsWrittenAsItsFirstValue) {
   item.ItemType = item_type::kAttribute;
   item.CmdID = 6;
   item.AAttribute->Title = "Behandlungsart";
-  item.AAttribute->Values->Add("V1", "HV1", "Prophylaxe");
-  item.AAttribute->Values->Add("V2", "HV2", "Bleaching");
+  item.AAttribute->Values.Add("V1", "HV1", "Prophylaxe");
+  item.AAttribute->Values.Add("V2", "HV2", "Bleaching");
   EXPECT_TRUE(item.CreateXMLSource(document, body, "Map"));
   EXPECT_EQ(OnlyChildXml(body), Golden("items/add_attribute.xml"));
 }
@@ -125,7 +125,7 @@ TEST(AddReplaceItemTest, FailingAttributeValueIsReported) {
   XmlElement body("SyncBody");
   clZVAddReplaceItem item;
   item.ItemType = item_type::kAttribute;
-  item.AAttribute->Values->Add("V1", "HV1", "Prophylaxe");
+  item.AAttribute->Values.Add("V1", "HV1", "Prophylaxe");
   EXPECT_FALSE(item.CreateXMLSource(document, body, "Map"));
   EXPECT_EQ(BoxTexts(scoped), Names{kValueFailed});
   EXPECT_EQ(scoped.log.lines,

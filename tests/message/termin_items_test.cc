@@ -71,7 +71,7 @@ clZVTermin FullTermin() {
   multi->Source = "A2";
   multi->Target = "H2";
   multi->Title = "Versicherung";
-  multi->Values->Add("V9", "HV9", "Privat");
+  multi->Values.Add("V9", "HV9", "Privat");
   termin.Attributes.Add(multi);
   return termin;
 }

@@ -326,8 +326,8 @@ TEST_F(UpDownFileReaderTest, AnAddedAttributeWithValuesIsKept) {
   const auto item = file.AddAttributesCol().Item(1);
   EXPECT_EQ(item->CmdID, 3);
   EXPECT_EQ(item->AAttribute->Title, "Behandlungsart");
-  ASSERT_EQ(item->AAttribute->Values->Count(), 2);
-  EXPECT_EQ(item->AAttribute->Values->Item(2)->Title, "Kontrolle");
+  ASSERT_EQ(item->AAttribute->Values.Count(), 2);
+  EXPECT_EQ(item->AAttribute->Values.Item(2)->Title, "Kontrolle");
 }
 
 TEST_F(UpDownFileReaderTest, AnAttributeWithoutValuesIsDroppedSilentlyButTheCommandIsUnread) {
