@@ -1,6 +1,7 @@
 #include "message/command_items.h"
 
 #include <string>
+#include <utility>
 
 #include "interface/component_log.h"
 #include "interface/error_report.h"
@@ -8,6 +9,24 @@
 namespace kdzv {
 
 // --- clZVAddReplaceItem -----------------------------------------------------
+
+namespace {
+
+// The payloads of an appointment's item that are there only so that every
+// item has all three.
+struct UnusedPayloads {
+  clZVCalendar calendar;
+  clZVAttributeMulti attribute;
+};
+
+}  // namespace
+
+clZVAddReplaceItem::clZVAddReplaceItem(std::shared_ptr<clZVTermin> termin)
+    : Termin(std::move(termin)), Calendar(nullptr), AAttribute(nullptr) {
+  const auto payloads = std::make_shared<UnusedPayloads>();
+  Calendar = std::shared_ptr<clZVCalendar>(payloads, &payloads->calendar);
+  AAttribute = std::shared_ptr<clZVAttributeMulti>(payloads, &payloads->attribute);
+}
 
 bool clZVAddReplaceItem::CreateXMLSource(XmlDocument& document, XmlElement& parent,
                                          std::string_view name) const {

@@ -25,6 +25,11 @@ class clZVAddReplaceItem {
  public:
   static constexpr std::string_view kModule = "clZVAddReplaceItem";
 
+  clZVAddReplaceItem() = default;
+  // An item for `termin` (not null). Its calendar and attribute exist as in
+  // every item, made together in one block.
+  explicit clZVAddReplaceItem(std::shared_ptr<clZVTermin> termin);
+
   int32_t CmdID = 0;
   // All three payloads exist from the start; ItemType says which one counts
   // (2 calendar, 3 attribute, anything else the appointment).

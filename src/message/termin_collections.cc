@@ -60,8 +60,7 @@ std::shared_ptr<clZVAddReplaceItem> clZVAddTerminCol::AddRead(std::shared_ptr<cl
   if (!Termin) RaiseStandard(err::kInvalidCall);
   Termin->Attributes.ForgetKeys();
   Termin->OnlyStatusChanged = false;
-  auto item = std::make_shared<clZVAddReplaceItem>();
-  item->Termin = std::move(Termin);
+  auto item = std::make_shared<clZVAddReplaceItem>(std::move(Termin));
   item->CmdID = CmdID;
   return KeyedCollection::Add(std::move(item));
 }

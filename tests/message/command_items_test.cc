@@ -239,3 +239,26 @@ TEST(DeleteMapItemTest, OwnFailureIsReported) {
 
 }  // namespace
 }  // namespace kdzv
+
+namespace kdzv {
+namespace {
+
+TEST(AddReplaceItemTest, AnItemForAnAppointmentHasItsOwnCalendarAndAttribute) {
+  auto termin = std::make_shared<clZVTermin>();
+  clZVAddReplaceItem first(termin);
+  clZVAddReplaceItem second(std::make_shared<clZVTermin>());
+  EXPECT_EQ(first.Termin, termin);
+  EXPECT_EQ(first.ItemType, item_type::kTermin);
+  ASSERT_TRUE(first.Calendar && first.AAttribute && second.Calendar && second.AAttribute);
+  first.Calendar->Title = "only the first";
+  first.AAttribute->Values.Add("V1", "", "x");
+  EXPECT_EQ(second.Calendar->Title, "");
+  EXPECT_EQ(second.AAttribute->Values.Count(), 0);
+  // The payloads outlive the item that made them.
+  const auto calendar = first.Calendar;
+  first = clZVAddReplaceItem();
+  EXPECT_EQ(calendar->Title, "only the first");
+}
+
+}  // namespace
+}  // namespace kdzv
