@@ -38,8 +38,13 @@ XmlNode::ChildIterator& XmlNode::ChildIterator::operator++() {
 }
 
 XmlNode::ChildRange XmlNode::Children() const {
-  const XmlNodeTree::Node& node = tree_->nodes_[index_];
-  return ChildRange(tree_, node.first_child, node.child_count);
+  return ChildRange(tree_, tree_->nodes_[index_].first_child);
+}
+
+size_t XmlNode::ChildRange::size() const {
+  size_t count = 0;
+  for (uint32_t i = first_; i != XmlNodeTree::kNone; i = tree_->nodes_[i].next_sibling) ++count;
+  return count;
 }
 
 XmlElement XmlNode::ToElement() const {
@@ -64,24 +69,23 @@ void XmlNodeTree::Open(std::string_view name) {
   const auto index = static_cast<uint32_t>(nodes_.size());
   const auto text_at = static_cast<uint32_t>(text_.size());
   nodes_.push_back(Node{static_cast<uint32_t>(names_.size()), static_cast<uint32_t>(name.size()),
-                        text_at, text_at, kNone, kNone, kNone, 0});
+                        text_at, text_at, kNone, kNone});
   names_.append(name);
   if (!open_.empty()) {
-    Node& parent = nodes_[open_.back()];
+    OpenElement& parent = open_.back();
     if (parent.last_child == kNone) {
-      parent.first_child = index;
+      nodes_[parent.index].first_child = index;
     } else {
       nodes_[parent.last_child].next_sibling = index;
     }
     parent.last_child = index;
-    ++parent.child_count;
   }
-  open_.push_back(index);
+  open_.push_back(OpenElement{index, kNone});
 }
 
 void XmlNodeTree::Close() {
   if (open_.empty()) return;
-  nodes_[open_.back()].text_end = static_cast<uint32_t>(text_.size());
+  nodes_[open_.back().index].text_end = static_cast<uint32_t>(text_.size());
   open_.pop_back();
 }
 

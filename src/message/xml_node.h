@@ -53,17 +53,16 @@ class XmlNode {
   // The children in document order.
   class ChildRange {
    public:
-    ChildRange(const XmlNodeTree* tree, uint32_t first, uint32_t count)
-        : tree_(tree), first_(first), count_(count) {}
+    ChildRange(const XmlNodeTree* tree, uint32_t first) : tree_(tree), first_(first) {}
     ChildIterator begin() const { return ChildIterator(tree_, first_); }
     ChildIterator end() const;
-    bool empty() const { return count_ == 0; }
-    size_t size() const { return count_; }
+    bool empty() const;
+    // Counted by going through them.
+    size_t size() const;
 
    private:
     const XmlNodeTree* tree_;
     uint32_t first_;
-    uint32_t count_;
   };
 
   ChildRange Children() const;
@@ -105,21 +104,26 @@ class XmlNodeTree {
  private:
   friend class XmlNode;
 
+  // 24 bytes an element: a document of nothing but empty elements ("<a/>")
+  // costs some six times its size while it is built.
   struct Node {
     uint32_t name_begin;
     uint32_t name_size;
     uint32_t text_begin;
     uint32_t text_end;
     uint32_t first_child;
-    uint32_t last_child;
     uint32_t next_sibling;
-    uint32_t child_count;
+  };
+  // An element being built and its last child so far.
+  struct OpenElement {
+    uint32_t index;
+    uint32_t last_child;
   };
 
   void Add(const XmlElement& element);
 
   std::vector<Node> nodes_;
-  std::vector<uint32_t> open_;  // the open elements, outermost first
+  std::vector<OpenElement> open_;  // the open elements, outermost first
   std::string names_;
   std::string text_;
 };
@@ -127,6 +131,8 @@ class XmlNodeTree {
 inline XmlNode::ChildIterator XmlNode::ChildRange::end() const {
   return ChildIterator(tree_, XmlNodeTree::kNone);
 }
+
+inline bool XmlNode::ChildRange::empty() const { return first_ == XmlNodeTree::kNone; }
 
 }  // namespace kdzv
 
