@@ -219,17 +219,42 @@ TEST_F(UpDownFileReaderTest, AnAppointmentKeepsItsAttributesUnderTheirIdsUpperCa
 
 TEST_F(UpDownFileReaderTest, TwoAttributesWithOneIdEndTheReading) {
   // The second cannot be stored under the same key: a run-time error of the
-  // reader, reported, and the file counts as not read.
-  EXPECT_FALSE(Analyze(Message(
-      "<Replace><VEvent><Source>ZV-1</Source>"
-      "<Attribute><Source>A</Source><Value><Source>V</Source></Value></Attribute>"
-      "<Attribute><Source>a</Source><Value><Source>W</Source></Value></Attribute>"
-      "</VEvent></Replace>")));
-  ASSERT_EQ(process.log.lines.size(), 1u);
-  EXPECT_EQ(process.log.lines[0],
-            "(MAIN) --> ERROR: 457/This key is already associated with an element of this "
-            "collection / Modul=clZVUpDownFile / Proc=AnalyzeDownFile / Details=File=" +
-                path);
+  // reader, reported, and the file counts as not read. An added or deleted
+  // appointment, whose attributes are not kept under their ids, fails alike.
+  for (const std::string command : {"Replace", "Add", "Delete"}) {
+    process.log.lines.clear();
+    EXPECT_FALSE(Analyze(Message(
+        "<" + command + "><VEvent><Source>ZV-1</Source>"
+        "<Attribute><Source>Ä-1</Source><Value><Source>V</Source></Value></Attribute>"
+        "<Attribute><Source>ä-1</Source><Value><Source>W</Source></Value></Attribute>"
+        "</VEvent></" + command + ">")))
+        << command;
+    ASSERT_EQ(process.log.lines.size(), 1u) << command;
+    EXPECT_EQ(process.log.lines[0],
+              "(MAIN) --> ERROR: 457/This key is already associated with an element of this "
+              "collection / Modul=clZVUpDownFile / Proc=AnalyzeDownFile / Details=File=" +
+                  path)
+        << command;
+  }
+}
+
+TEST_F(UpDownFileReaderTest, AttributesWithoutAnIdOrWithDifferentIdsAreAllKept) {
+  for (const std::string command : {"Replace", "Add"}) {
+    ASSERT_TRUE(Analyze(Message(
+        "<" + command + "><VEvent><Source>ZV-1</Source>"
+        "<Attribute><Source/><Value><Source>V</Source></Value></Attribute>"
+        "<Attribute><Source></Source><Value><Source>W</Source></Value></Attribute>"
+        "<Attribute><Source>A-1</Source><Value><Source>X</Source></Value></Attribute>"
+        "<Attribute><Source>A-10</Source><Value><Source>Y</Source></Value></Attribute>"
+        "</VEvent></" + command + ">")))
+        << command;
+    const KeyedCollection<clZVAddReplaceItem>& items =
+        command == "Add" ? static_cast<const KeyedCollection<clZVAddReplaceItem>&>(
+                               file.AddTerminCol())
+                         : file.ReplaceTerminCol();
+    ASSERT_EQ(items.Count(), 1) << command;
+    EXPECT_EQ(items.Item(1)->Termin->Attributes.Count(), 4) << command;
+  }
 }
 
 TEST_F(UpDownFileReaderTest, CancelIsSetOnlyByTheTextTrue) {
