@@ -44,15 +44,13 @@ bool ReadItem(const XmlNode& node, std::string_view module, std::string_view pre
               std::string& source, std::string& target, std::string& title, Other&& other) {
   try {
     if (node.Children().empty()) return false;
-    size_t visited = 0;
     for (const XmlNode& child : node.Children()) {
       const LowerCase name(child.Name());
       if (!ReadCommonField(name, child, source, target, title) && !other(name, child)) {
         ReportUnknown(prefix, name);
       }
-      ++visited;
     }
-    return visited == node.Children().size();
+    return true;
   } catch (...) {
     ReportCurrentError(module, "ReadFromXMLNode", "");
     return false;

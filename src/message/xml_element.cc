@@ -34,17 +34,8 @@ void Serialize(const XmlElement& element, std::string& out) {
     return;
   }
   out.push_back('>');
-  const std::string& text = element.OwnText();
-  size_t used = 0;
-  for (const XmlElement& child : element.Children()) {
-    const size_t upto = child.TextOffset() < text.size() ? child.TextOffset() : text.size();
-    if (upto > used) {
-      AppendEscaped(out, std::string_view(text).substr(used, upto - used));
-      used = upto;
-    }
-    Serialize(child, out);
-  }
-  AppendEscaped(out, std::string_view(text).substr(used));
+  element.ForEachContent([&out](std::string_view text) { AppendEscaped(out, text); },
+                         [&out](const XmlElement& child) { Serialize(child, out); });
   out.append("</");
   out.append(element.Name());
   out.push_back('>');
@@ -64,16 +55,8 @@ std::string XmlElement::Text() const {
 }
 
 void XmlElement::CollectText(std::string& out) const {
-  size_t used = 0;
-  for (const XmlElement& child : Children()) {
-    const size_t upto = child.TextOffset() < text_.size() ? child.TextOffset() : text_.size();
-    if (upto > used) {
-      out.append(text_, used, upto - used);
-      used = upto;
-    }
-    child.CollectText(out);
-  }
-  if (used < text_.size()) out.append(text_, used, std::string::npos);
+  ForEachContent([&out](std::string_view text) { out.append(text); },
+                 [&out](const XmlElement& child) { child.CollectText(out); });
 }
 
 XmlElement::XmlElement(const XmlElement& other)

@@ -82,6 +82,24 @@ class XmlElement {
   // How much of the parent's own text came before this element.
   size_t TextOffset() const { return text_offset_; }
 
+  // The element's content in document order: `text(std::string_view)` for
+  // each run of its own character data, `child(const XmlElement&)` for each
+  // child where it stood in that data.
+  template <class Text, class Child>
+  void ForEachContent(Text&& text, Child&& child) const {
+    const std::string_view own(text_);
+    size_t used = 0;
+    for (const XmlElement& element : Children()) {
+      const size_t upto = element.text_offset_ < own.size() ? element.text_offset_ : own.size();
+      if (upto > used) {
+        text(own.substr(used, upto - used));
+        used = upto;
+      }
+      child(element);
+    }
+    if (used < own.size()) text(own.substr(used));
+  }
+
  private:
   void CollectText(std::string& out) const;
 

@@ -104,17 +104,8 @@ XmlNodeTree XmlNodeTree::Of(const XmlElement& element) {
 
 void XmlNodeTree::Add(const XmlElement& element) {
   Open(element.Name());
-  const std::string& text = element.OwnText();
-  size_t used = 0;
-  for (const XmlElement& child : element.Children()) {
-    const size_t upto = child.TextOffset() < text.size() ? child.TextOffset() : text.size();
-    if (upto > used) {
-      Append(std::string_view(text).substr(used, upto - used));
-      used = upto;
-    }
-    Add(child);
-  }
-  if (used < text.size()) Append(std::string_view(text).substr(used));
+  element.ForEachContent([this](std::string_view text) { Append(text); },
+                         [this](const XmlElement& child) { Add(child); });
   Close();
 }
 

@@ -5,14 +5,12 @@
 #include <string>
 #include <vector>
 
+#include "support/item_reports.h"
+
 namespace kdzv {
 namespace {
 
-std::vector<std::string> ChildNames(const XmlNode& node) {
-  std::vector<std::string> names;
-  for (const XmlNode& child : node.Children()) names.emplace_back(child.Name());
-  return names;
-}
+using test::ChildNames;
 
 TEST(XmlNodeTreeTest, ChildrenComeInDocumentOrder) {
   XmlNodeTree tree;

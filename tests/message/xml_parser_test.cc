@@ -109,6 +109,37 @@ TEST(RawMessageCheckTest, ACrowdedTagCutAnywhereFails) {
   EXPECT_FALSE(PassesInEveryCut("<a><![CDAT " + equals + "></a>" + Crowded(65)));
 }
 
+// Single-byte text runs through the check's fast loop; the same text in
+// UTF-16 goes character by character through the one state machine. Both
+// must come to the same answer, at every cut.
+TEST(RawMessageCheckTest, TheFastLoopAgreesWithTheCharacterByCharacterCheck) {
+  const std::string equals(xml_limits::kMaxAttributes + 1, '=');
+  const std::string exact(xml_limits::kMaxAttributes, '=');
+  const struct {
+    std::string text;
+    bool passes;
+  } documents[] = {
+      {"<a " + exact + "/>", true},
+      {"<a " + equals + "/>", false},
+      {"<a x='" + equals + "' y=\"=>\">t</a>", true},
+      {"<a x='>' " + equals + ">", false},
+      {"<a <b " + exact + ">", true},  // a "<" inside a tag starts another
+      {"<a " + exact + " <b " + exact + ">", true},
+      {"<a><!--" + equals + "--><![CDATA[" + equals + "]]><?p " + equals + "?></a>", true},
+      {"<a><!ELEMENT " + equals + "></a>", true},
+      {"<a><![CDAT " + equals + ">" + "<b " + equals + "></a>", false},
+      {"<?xml version='1.0'?><a>\r\n<b>x</b> <c/></a>", true},
+      {"<>" + equals + "<a " + equals + ">", false},
+      {"<", true},
+      {"<a '" + equals, true},  // still inside a quote at the end
+  };
+  for (const auto& document : documents) {
+    EXPECT_EQ(PassesInEveryCut(document.text), document.passes) << document.text;
+    EXPECT_EQ(RawMessageCheck().Feed("\xFF\xFE" + Utf16(document.text, false)), document.passes)
+        << document.text;
+  }
+}
+
 // ---------------------------------------------------------------------------
 // XmlTreeBuilder
 

@@ -20,9 +20,6 @@ class ElementAndNode {
   operator const XmlElement&() const { return element_; }  // NOLINT
   operator XmlNode() const { return tree_.Root(); }        // NOLINT
 
-  const XmlElement& element() const { return element_; }
-  XmlNode node() const { return tree_.Root(); }
-
  private:
   XmlElement element_;
   XmlNodeTree tree_;

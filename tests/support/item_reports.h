@@ -32,10 +32,12 @@ inline std::string CreateElementErrorLine(std::string_view module, std::string_v
          " / Proc=" + std::string(procedure) + " / Details=";
 }
 
-// The names of the child elements of `element`, in order.
-inline std::vector<std::string> ChildNames(const XmlElement& element) {
+// The names of the child elements of `element` (an XmlElement or an
+// XmlNode), in order.
+template <class Element>
+std::vector<std::string> ChildNames(const Element& element) {
   std::vector<std::string> names;
-  for (const auto& child : element.Children()) names.push_back(child.Name());
+  for (const auto& child : element.Children()) names.emplace_back(child.Name());
   return names;
 }
 
