@@ -54,14 +54,29 @@ constexpr std::array<SummerTime, 24> kServiceTable = [] {
   return table;
 }();
 
+constexpr int kFirstTableYear = 2007;
+
 // Plain ordinal comparison of the texts gives their order in time. Instants
-// outside every row (winter, before 2007, after 2030) are winter time.
+// outside every row (winter, before 2007, after 2030) are winter time. Both
+// bounds of a row lie in its own year, so only that year's row can hold the
+// instant.
 bool IsSummerTime(const std::array<SummerTime, 24>& table, DateTime instant) {
-  const std::string text = instant.Format("yyyymmddhhnnss");
-  for (const SummerTime& row : table) {
-    if (row.start <= text && text <= row.end) return true;
+  const DateTime::Fields f = instant.Split();
+  const int row = f.year - kFirstTableYear;
+  if (row < 0 || row >= static_cast<int>(table.size())) return false;
+  // "yyyymmddhhnnss": the year has four digits here, every other field two.
+  char buffer[14];
+  const int values[] = {f.month, f.day, f.hour, f.minute, f.second};
+  buffer[0] = static_cast<char>('0' + f.year / 1000);
+  buffer[1] = static_cast<char>('0' + f.year / 100 % 10);
+  buffer[2] = static_cast<char>('0' + f.year / 10 % 10);
+  buffer[3] = static_cast<char>('0' + f.year % 10);
+  for (size_t i = 0; i < 5; ++i) {
+    buffer[4 + 2 * i] = static_cast<char>('0' + values[i] / 10);
+    buffer[5 + 2 * i] = static_cast<char>('0' + values[i] % 10);
   }
-  return false;
+  const std::string_view text(buffer, sizeof buffer);
+  return table[row].start <= text && text <= table[row].end;
 }
 
 int32_t CheckedSum(int32_t a, int32_t b) {
@@ -140,6 +155,25 @@ int16_t Field(const std::vector<std::string_view>& chars, size_t first, size_t l
   return ToInteger(text);
 }
 
+// The usual case, "yyyymmddThhnnssZ" with digits where the fields are: the
+// six fields without splitting the text into characters. False for anything
+// else, which then takes the general way (the same result for these texts).
+bool DigitFields(std::string_view text, int (&fields)[6]) {
+  if (text.size() != 16) return false;
+  const size_t spans[6][2] = {{0, 4}, {4, 6}, {6, 8}, {9, 11}, {11, 13}, {13, 15}};
+  for (size_t i = 0; i < 6; ++i) {
+    int value = 0;
+    for (size_t j = spans[i][0]; j < spans[i][1]; ++j) {
+      if (text[j] < '0' || text[j] > '9') return false;
+      value = value * 10 + (text[j] - '0');
+    }
+    fields[i] = value;
+  }
+  // Positions 9 and 16 are not read, but a multi-byte character there would
+  // make the text shorter than 16 characters.
+  return static_cast<unsigned char>(text[8]) < 0x80 && static_cast<unsigned char>(text[15]) < 0x80;
+}
+
 }  // namespace
 
 std::string ConvertLocalToZentavoDateTime(DateTime dLocalDate, TimeZoneSource& zone) {
@@ -154,12 +188,15 @@ std::string ConvertLocalToZentavoDateTime(DateTime dLocalDate, TimeZoneSource& z
 
 DateTime ConvertZentavoToLocalDateTime(std::string_view strDTString, TimeZoneSource& zone) {
   try {
-    const std::vector<std::string_view> chars = Characters(strDTString);
-    if (chars.size() != 16) return DateTime();
-    const DateTime date_part =
-        DateTime::FromDate(Field(chars, 1, 4), Field(chars, 5, 6), Field(chars, 7, 8));
-    const DateTime time_part =
-        DateTime::FromTime(Field(chars, 10, 11), Field(chars, 12, 13), Field(chars, 14, 15));
+    int fields[6];
+    if (!DigitFields(strDTString, fields)) {
+      const std::vector<std::string_view> chars = Characters(strDTString);
+      if (chars.size() != 16) return DateTime();
+      const int spans[6][2] = {{1, 4}, {5, 6}, {7, 8}, {10, 11}, {12, 13}, {14, 15}};
+      for (size_t i = 0; i < 6; ++i) fields[i] = Field(chars, spans[i][0], spans[i][1]);
+    }
+    const DateTime date_part = DateTime::FromDate(fields[0], fields[1], fields[2]);
+    const DateTime time_part = DateTime::FromTime(fields[3], fields[4], fields[5]);
     // The two parts are joined as plain day numbers.
     const DateTime instant = DateTime::FromSerial(date_part.serial() + time_part.serial());
     return UtcToLocal(instant, zone);

@@ -139,6 +139,14 @@ TEST_F(DateTimeConvertTest, LengthCountsCharactersNotBytes) {
   EXPECT_TRUE(process_.Reports().empty());
 }
 
+TEST_F(DateTimeConvertTest, FieldsAreReadAsNumbersNotOnlyAsDigits) {
+  // A sign or a blank in a field is read the way the host reads a number.
+  EXPECT_EQ(ConvertZentavoToLocalDateTime("2024+7+1T10+0 0Z", zone_), At(2024, 7, 1, 12, 0, 0));
+  EXPECT_EQ(ConvertZentavoToLocalDateTime(" 2024 7 1T 9 5 7Z", zone_).IsZero(), true);
+  EXPECT_EQ(ConvertZentavoToLocalDateTime("2024 7 1T 9 5 7Z", zone_), At(2024, 7, 1, 11, 5, 7));
+  EXPECT_TRUE(process_.Reports().empty());
+}
+
 TEST_F(DateTimeConvertTest, LettersInANumericFieldAreReportedNotRaised) {
   process_.ActivateLog();
   DateTime result = At(2000, 1, 1);
