@@ -116,8 +116,15 @@ class RawMessageCheck {
   enum class State : uint8_t { kText, kOpen, kBang, kBangDash, kCdataOpen, kTag, kQuoted,
                                kComment, kCdata, kInstruction, kDeclaration };
 
+  // The bytes a plain block takes.
+  static constexpr size_t kPlainBlock = 16;
+
   bool DoctypeAcrossChunks(std::string_view chunk);
   bool Scan(std::string_view chunk);
+  // Single-byte code units from `p`, in text or in a tag: skips the blocks
+  // of kPlainBlock bytes that need no look at each byte, updating the state,
+  // and returns where it stopped.
+  const char* SkipPlainBlocks(const char* p, const char* end);
   bool Unit(uint32_t unit);
 
   bool refused_ = false;

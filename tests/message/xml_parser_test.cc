@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <iterator>
+#include <random>
 #include <string>
 
 namespace kdzv {
@@ -137,6 +139,72 @@ TEST(RawMessageCheckTest, TheFastLoopAgreesWithTheCharacterByCharacterCheck) {
     EXPECT_EQ(PassesInEveryCut(document.text), document.passes) << document.text;
     EXPECT_EQ(RawMessageCheck().Feed("\xFF\xFE" + Utf16(document.text, false)), document.passes)
         << document.text;
+  }
+}
+
+// Long single-byte chunks are skipped in blocks where nothing but "<" and
+// ">" can matter. Documents pieced together at random from markup and runs
+// of plain text put every mark at every place of a block; fed whole, they
+// must pass exactly when they pass fed byte by byte (which never skips a
+// block) and in UTF-16 (which goes character by character).
+TEST(RawMessageCheckTest, SkippedBlocksAgreeWithTheCharacterByCharacterCheck) {
+  const std::string_view pieces[] = {
+      "<a",   ">",    "<",  " ",  "x",         "=",   "==========", "\"", "'", "<!--", "-->",
+      "<?",   "?>",   "!",  "?",  "<![CDATA[", "]]>", "<!",         "-",  "]", "/>",   "</a>",
+      "abcdefghijklmnopq", "<b c",  "                ", "\r\n"};
+  std::mt19937 random(17);
+  int refused = 0;
+  for (int round = 0; round < 3000; ++round) {
+    std::string document;
+    const size_t count = 1 + random() % 60;
+    for (size_t i = 0; i < count; ++i) document += pieces[random() % std::size(pieces)];
+    // Over the limit now and then: a crowded tag somewhere in the middle.
+    if (round % 5 == 0) {
+      document.insert(random() % (document.size() + 1),
+                      "<c" + std::string(xml_limits::kMaxAttributes + round % 3 - 1, '='));
+    }
+    RawMessageCheck whole;
+    const bool passes = whole.Feed(document);
+    RawMessageCheck single;
+    bool bytewise = true;
+    for (char c : document) bytewise = single.Feed(std::string_view(&c, 1)) && bytewise;
+    ASSERT_EQ(passes, bytewise) << document;
+    ASSERT_EQ(passes, RawMessageCheck().Feed("\xFF\xFE" + Utf16(document, false))) << document;
+    if (!passes) ++refused;
+  }
+  // Both answers occur.
+  EXPECT_GT(refused, 50);
+  EXPECT_LT(refused, 2900);
+
+  // A "<" at every place of a block, what it opens in the next.
+  const std::string equals(xml_limits::kMaxAttributes + 1, '=');
+  const struct {
+    std::string after_open;
+    bool passes;
+  } opened[] = {{"!--" + equals + "-->", true},
+                {"?p " + equals + "?>", true},
+                {"![CDATA[" + equals + "]]>", true},
+                {"a " + equals + ">", false},
+                {"a>" + equals, true}};
+  for (size_t padding = 0; padding < 40; ++padding) {
+    for (const auto& case_ : opened) {
+      const std::string document = std::string(padding, 'x') + "<" + case_.after_open;
+      EXPECT_EQ(RawMessageCheck().Feed(document), case_.passes) << document;
+      EXPECT_EQ(RawMessageCheck().Feed("<r>" + document), case_.passes) << document;
+    }
+  }
+  // A "<" inside a tag starts another, whose attributes are counted anew,
+  // wherever the two lie in the blocks.
+  const std::string exact(xml_limits::kMaxAttributes, '=');
+  for (size_t before = 0; before < 32; ++before) {
+    for (size_t between = 0; between < 20; ++between) {
+      for (const std::string last_mark : {"", " 'v'", " \"v\""}) {
+        const std::string two_tags = std::string(before, 'x') + "<a " + exact + last_mark +
+                                     std::string(between, ' ') + "<b" + std::string(20, ' ') +
+                                     exact + ">";
+        EXPECT_TRUE(RawMessageCheck().Feed(two_tags)) << two_tags;
+      }
+    }
   }
 }
 
