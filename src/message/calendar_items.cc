@@ -15,13 +15,13 @@ constexpr std::string_view kUnknownAttributeNode = "Unbekannter Knoten (Attribut
 
 // The fields that every calendar and attribute reader knows. Returns false
 // for a name that is none of them.
-bool ReadCommonField(std::string_view lower_name, const XmlNode& child, std::string& source,
+bool ReadCommonField(std::string_view name, const XmlNode& child, std::string& source,
                      std::string& target, std::string& title) {
-  if (lower_name == "source") {
+  if (NameIs(name, "source")) {
     source = child.Text();
-  } else if (lower_name == "target") {
+  } else if (NameIs(name, "target")) {
     target = child.Text();
-  } else if (lower_name == "title") {
+  } else if (NameIs(name, "title")) {
     title = child.Text();
   } else {
     return false;
@@ -29,9 +29,9 @@ bool ReadCommonField(std::string_view lower_name, const XmlNode& child, std::str
   return true;
 }
 
-void ReportUnknown(std::string_view prefix, std::string_view lower_name) {
+void ReportUnknown(std::string_view prefix, std::string_view name) {
   std::string text(prefix);
-  text += lower_name;
+  text += ToLower(name);
   ReportLine(text);
 }
 
@@ -45,7 +45,7 @@ bool ReadItem(const XmlNode& node, std::string_view module, std::string_view pre
   try {
     if (node.Children().empty()) return false;
     for (const XmlNode& child : node.Children()) {
-      const LowerCase name(child.Name());
+      const std::string_view name = child.Name();
       if (!ReadCommonField(name, child, source, target, title) && !other(name, child)) {
         ReportUnknown(prefix, name);
       }
@@ -134,7 +134,7 @@ std::shared_ptr<clZVAttributeValue> clZVAttributeValues::Add(std::string_view So
 bool clZVAttribute::ReadFromXMLNode(const XmlNode& node) {
   return ReadItem(node, kModule, kUnknownAttributeNode, Source, Target, Title,
                   [this](std::string_view name, const XmlNode& child) {
-                    if (name != "value") return false;
+                    if (!NameIs(name, "value")) return false;
                     // The attribute's one value reads every "Value" element;
                     // a later one overwrites what an earlier one set.
                     if (!Value->ReadFromXMLNode(child)) {
@@ -174,7 +174,7 @@ std::shared_ptr<clZVAttributeValue> clZVAttributeMulti::FirstValue() const {
 bool clZVAttributeMulti::ReadFromXMLNode(const XmlNode& node) {
   return ReadItem(node, kModule, kUnknownAttributeNode, Source, Target, Title,
                   [this](std::string_view name, const XmlNode& child) {
-                    if (name != "value") return false;
+                    if (!NameIs(name, "value")) return false;
                     auto value = std::make_shared<clZVAttributeValue>();
                     if (value->ReadFromXMLNode(child)) {
                       Values.Add(std::move(value));

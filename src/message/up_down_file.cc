@@ -135,10 +135,9 @@ class clZVUpDownFile::Reading : public XmlStreamSink {
       root_is_syncml_ = ToUpper(name) == "SYNCML";
       return root_is_syncml_ ? Take::kStream : Take::kSkip;
     }
-    const std::string lower = ToLower(name);
     if (depth == 2) {
-      if (lower == "synchdr") return Take::kBuild;
-      if (lower == "syncbody") return Take::kStream;
+      if (NameIs(name, "synchdr")) return Take::kBuild;
+      if (NameIs(name, "syncbody")) return Take::kStream;
       LogLine(
           "(AnalyzeOrderFile) --> Achtung: Die einzulesende Datei enthält einen unbekannten "
           "Knotentyp (Node): " +
@@ -146,14 +145,14 @@ class clZVUpDownFile::Reading : public XmlStreamSink {
       return Take::kSkip;
     }
     // A child of "SyncBody" (the only element streamed below the root).
-    if (lower == "add" || lower == "replace" || lower == "delete" || lower == "status" ||
-        lower == "alert" || lower == "get") {
+    if (NameIs(name, "add") || NameIs(name, "replace") || NameIs(name, "delete") ||
+        NameIs(name, "status") || NameIs(name, "alert") || NameIs(name, "get")) {
       return Take::kBuild;
     }
-    if (lower == "map") {
+    if (NameIs(name, "map")) {
       LogLine("Kommando <MAP> noch nicht unterstützt.");
-    } else if (lower != "final") {  // the end marker carries nothing
-      ReportUnknown("syncbody", lower);
+    } else if (!NameIs(name, "final")) {  // the end marker carries nothing
+      ReportUnknown("syncbody", ToLower(name));
     }
     return Take::kSkip;
   }
@@ -247,18 +246,18 @@ bool clZVUpDownFile::AnalyzeDownFile(std::string_view path) {
 void clZVUpDownFile::ReadHeader(const XmlNode& header) {
   clZVSyncHdr& hdr = SyncHdr();
   for (const XmlNode& child : header.Children()) {
-    const LowerCase name(child.Name());
-    if (name == "verdtd") {
+    const std::string_view name = child.Name();
+    if (NameIs(name, "verdtd")) {
       hdr.VerDTD = child.Text();
-    } else if (name == "sessionid") {
+    } else if (NameIs(name, "sessionid")) {
       hdr.SessionID = child.Text();
-    } else if (name == "verproto") {
+    } else if (NameIs(name, "verproto")) {
       hdr.VerProto = child.Text();
-    } else if (name == "msgid") {
+    } else if (NameIs(name, "msgid")) {
       hdr.MsgID = NumberIn(child);
-    } else if (name == "source") {
+    } else if (NameIs(name, "source")) {
       ReadLocation(child, hdr.Source);
-    } else if (name == "target") {
+    } else if (NameIs(name, "target")) {
       ReadLocation(child, hdr.Target);
     } else {
       ReportUnknown("synchdr", child);
@@ -269,10 +268,10 @@ void clZVUpDownFile::ReadHeader(const XmlNode& header) {
 void clZVUpDownFile::ReadLocation(const XmlNode& location, clZVSourceTargetItem& item) {
   const std::string parent = ToLower(location.Name());
   for (const XmlNode& child : location.Children()) {
-    const LowerCase name(child.Name());
-    if (name == "locname") {
+    const std::string_view name = child.Name();
+    if (NameIs(name, "locname")) {
       item.LocName = child.Text();
-    } else if (name == "locuri") {
+    } else if (NameIs(name, "locuri")) {
       item.locURI = child.Text();
     } else {
       ReportUnknown(parent, child);
@@ -283,21 +282,21 @@ void clZVUpDownFile::ReadLocation(const XmlNode& location, clZVSourceTargetItem&
 // One command of the body; the reading has skipped the commands that are
 // read for their name alone.
 void clZVUpDownFile::ReadCommand(const XmlNode& command) {
-  const LowerCase name(command.Name());
-  if (name == "add" || name == "replace" || name == "delete") {
+  const std::string_view name = command.Name();
+  if (NameIs(name, "add") || NameIs(name, "replace") || NameIs(name, "delete")) {
     if (!pAnalyzeAddReplaceNode(command)) ReportUnreadable("syncbody", command);
-  } else if (name == "status") {
+  } else if (NameIs(name, "status")) {
     auto status = std::make_shared<clZVStatus>();
     if (!status->ReadFromXMLNode(command).empty()) {
       ReportUnreadable("syncbody", command);
     } else {
       StatusCol().Add(std::move(status));
     }
-  } else if (name == "alert") {
+  } else if (NameIs(name, "alert")) {
     clZVAlert alert;
     alert.ReadFromXMLNode(command);
     LogLine("ALERT: " + alert.Text);
-  } else if (name == "get") {
+  } else if (NameIs(name, "get")) {
     ReadGet(command);
   }
 }
@@ -308,10 +307,10 @@ void clZVUpDownFile::ReadGet(const XmlNode& get) {
   bool asks_opening_times = false;
   int32_t cmd_id = 0;
   for (const XmlNode& child : get.Children()) {
-    const LowerCase name(child.Name());
-    if (name == "cmdid") {
+    const std::string_view name = child.Name();
+    if (NameIs(name, "cmdid")) {
       cmd_id = NumberIn(child);
-    } else if (name == "openingtime") {
+    } else if (NameIs(name, "openingtime")) {
       asks_opening_times = true;
     } else {
       ReportUnknown("get", child);
@@ -335,16 +334,16 @@ bool clZVUpDownFile::pAnalyzeAddReplaceNode(const XmlNode& command) {
   std::shared_ptr<clZVCalendar> calendar;
   std::shared_ptr<clZVAttributeMulti> attribute;
   for (const XmlNode& child : command.Children()) {
-    const LowerCase name(child.Name());
-    if (name == "cmdid") {
+    const std::string_view name = child.Name();
+    if (NameIs(name, "cmdid")) {
       cmd_id = NumberIn(child);
-    } else if (name == "vevent") {
+    } else if (NameIs(name, "vevent")) {
       termin = std::make_shared<clZVTermin>();
       ReadTermin(child, *termin);
-    } else if (name == "calendar") {
+    } else if (NameIs(name, "calendar")) {
       auto read = std::make_shared<clZVCalendar>();
       if (read->ReadFromXMLNode(child)) calendar = std::move(read);
-    } else if (name == "attribute") {
+    } else if (NameIs(name, "attribute")) {
       auto read = std::make_shared<clZVAttributeMulti>();
       if (read->ReadFromXMLNode(child)) attribute = std::move(read);
     } else {
@@ -389,66 +388,66 @@ void clZVUpDownFile::ReadTermin(const XmlNode& vevent, clZVTermin& termin) {
   // The attribute list is made once at its size.
   size_t attributes = 0;
   for (const XmlNode& child : vevent.Children()) {
-    if (EqualsIgnoreCase(child.Name(), "attribute")) ++attributes;
+    if (NameIs(child.Name(), "attribute")) ++attributes;
   }
   termin.Attributes.Reserve(static_cast<size_t>(termin.Attributes.Count()) + attributes);
   for (const XmlNode& child : vevent.Children()) {
-    const LowerCase name(child.Name());
-    if (name == "source") {
+    const std::string_view name = child.Name();
+    if (NameIs(name, "source")) {
       termin.Source = child.Text();
-    } else if (name == "target") {
+    } else if (NameIs(name, "target")) {
       termin.Target = child.Text();
-    } else if (name == "comment") {
+    } else if (NameIs(name, "comment")) {
       termin.Comment = child.Text();
-    } else if (name == "status") {
+    } else if (NameIs(name, "status")) {
       termin.Status = child.Text();
-    } else if (name == "dtstart") {
+    } else if (NameIs(name, "dtstart")) {
       termin.SetDTStart(std::string(child.Text()));
-    } else if (name == "dtend") {
+    } else if (NameIs(name, "dtend")) {
       termin.SetDTEnd(std::string(child.Text()));
-    } else if (name == "customer") {
+    } else if (NameIs(name, "customer")) {
       clZVCustomer& customer = termin.Customer;
       for (const XmlNode& field : child.Children()) {
-        const LowerCase field_name(field.Name());
-        if (field_name == "title") {
+        const std::string_view field_name = field.Name();
+        if (NameIs(field_name, "title")) {
           customer.Title = field.Text();
-        } else if (field_name == "firstname") {
+        } else if (NameIs(field_name, "firstname")) {
           customer.FirstName = field.Text();
-        } else if (field_name == "lastname") {
+        } else if (NameIs(field_name, "lastname")) {
           customer.LastName = field.Text();
-        } else if (field_name == "dateofbirth") {
+        } else if (NameIs(field_name, "dateofbirth")) {
           customer.DateOfBirth = field.Text();
-        } else if (field_name == "address") {
+        } else if (NameIs(field_name, "address")) {
           customer.Address = field.Text();
-        } else if (field_name == "postalcode") {
+        } else if (NameIs(field_name, "postalcode")) {
           customer.PostalCode = field.Text();
-        } else if (field_name == "city") {
+        } else if (NameIs(field_name, "city")) {
           customer.City = field.Text();
-        } else if (field_name == "phone") {
+        } else if (NameIs(field_name, "phone")) {
           customer.Phone = field.Text();
-        } else if (field_name == "email") {
+        } else if (NameIs(field_name, "email")) {
           customer.Email = field.Text();
         } else {
-          ReportLine("Unbekannter Knoten (VEvent): customer>" + field_name.str());
+          ReportLine("Unbekannter Knoten (VEvent): customer>" + ToLower(field_name));
         }
       }
-    } else if (name == "calendar") {
+    } else if (NameIs(name, "calendar")) {
       if (!termin.Calendar.ReadFromXMLNode(child)) {
         ReportLine("'Calendar' konnte nicht gelesen werden.");
       }
-    } else if (name == "attribute") {
+    } else if (NameIs(name, "attribute")) {
       auto attribute = std::make_shared<clZVAttributeMulti>();
       if (attribute->ReadFromXMLNode(child)) {
-        termin.Attributes.Add(attribute, ToUpper(attribute->Source));
+        termin.Attributes.Add(attribute, attribute->Source);  // keyed regardless of case
       } else {
         ReportLine("'Attribute' konnte nicht gelesen werden.");
       }
-    } else if (name == "cancel") {
-      termin.Cancel = ToLower(child.Text()) == "true";
-    } else if (name == "block") {
-      termin.Block = ToLower(child.Text()) == "true";
+    } else if (NameIs(name, "cancel")) {
+      termin.Cancel = NameIs(child.Text(), "true");
+    } else if (NameIs(name, "block")) {
+      termin.Block = NameIs(child.Text(), "true");
     } else {
-      ReportLine("Unbekannter Knoten (VEvent): vevent>" + name.str());
+      ReportLine("Unbekannter Knoten (VEvent): vevent>" + ToLower(name));
     }
   }
 }

@@ -47,6 +47,8 @@ class KeyedCollection {
     if (folded.empty() && keys_.empty()) return items_.back();
     try {
       // The keys are kept beside the elements from the first one on.
+      // The keys are made room for as the elements were.
+      if (keys_.empty()) keys_.reserve(items_.capacity());
       keys_.resize(items_.size() - 1);
       keys_.push_back(folded);
     } catch (...) {

@@ -14,6 +14,36 @@ std::string ToUpper(std::string_view text);
 std::string ToLower(std::string_view text);
 bool EqualsIgnoreCase(std::string_view a, std::string_view b);
 
+// A name of lower-case ASCII letters only, checked when the program is
+// compiled: what an element name is compared with.
+class LowerName {
+ public:
+  consteval LowerName(const char* text)  // NOLINT(google-explicit-constructor)
+      : view_(text) {
+    for (const char c : view_) {
+      if (c < 'a' || c > 'z') throw "a lower-case name holds only the letters a to z";
+    }
+  }
+  std::string_view view() const { return view_; }
+
+ private:
+  std::string_view view_;
+};
+
+// Whether `name` is `lower` regardless of case: the same answer as
+// EqualsIgnoreCase, without folding (only an ASCII letter of either case can
+// match a letter of `lower`).
+inline bool NameIs(std::string_view name, LowerName lower) {
+  const std::string_view want = lower.view();
+  if (name.size() != want.size()) return false;
+  for (size_t i = 0; i < want.size(); ++i) {
+    if ((static_cast<unsigned char>(name[i]) | 0x20) != static_cast<unsigned char>(want[i])) {
+      return false;
+    }
+  }
+  return true;
+}
+
 // The lower-case form of `text` (as ToLower gives it), made without an
 // allocation for a text as short as an element name. Neither copied nor
 // moved: it points into itself.

@@ -40,6 +40,24 @@ TEST(TextTest, LowerCaseIsToLowerForShortLongAndNonAsciiTexts) {
   EXPECT_TRUE(LowerCase("CmdID") == "cmdid");
 }
 
+TEST(TextTest, NameIsAnswersAsEqualsIgnoreCase) {
+  EXPECT_TRUE(NameIs("VEvent", "vevent"));
+  EXPECT_TRUE(NameIs("DTSTART", "dtstart"));
+  EXPECT_FALSE(NameIs("DTStar", "dtstart"));
+  EXPECT_FALSE(NameIs("", "a"));
+  // Every byte at every place of a name, and a two-byte letter in it.
+  const std::string base = "source";
+  for (size_t at = 0; at < base.size(); ++at) {
+    for (int byte = 0; byte < 256; ++byte) {
+      std::string name = base;
+      name[at] = static_cast<char>(byte);
+      EXPECT_EQ(NameIs(name, "source"), EqualsIgnoreCase(name, "source")) << at << " " << byte;
+    }
+  }
+  EXPECT_FALSE(NameIs("sourc\xC3\xA9", "source"));
+  EXPECT_FALSE(NameIs("SOURC\xC3\x89", "sourcee"));
+}
+
 TEST(TextTest, EqualsIgnoreCaseFoldsAsciiAndLatin1Letters) {
   EXPECT_TRUE(EqualsIgnoreCase("Attribute", "ATTRIBUTE"));
   EXPECT_TRUE(EqualsIgnoreCase("Änderung", "äNDERUNG"));
