@@ -11,35 +11,10 @@ namespace {
 // offset into a tree's buffers fits 32 bits.
 static_assert(xml_limits::kMaxFileBytes / 2 * 3 < UINT32_MAX);
 
-bool IsXmlSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
-
 }  // namespace
 
 // ---------------------------------------------------------------------------
 // XmlNode
-
-std::string_view XmlNode::Name() const {
-  const XmlNodeTree::Node& node = tree_->nodes_[index_];
-  return std::string_view(tree_->names_).substr(node.name_begin, node.name_size);
-}
-
-std::string_view XmlNode::Text() const {
-  const XmlNodeTree::Node& node = tree_->nodes_[index_];
-  const char* begin = tree_->text_.data() + node.text_begin;
-  const char* end = tree_->text_.data() + node.text_end;
-  while (begin < end && IsXmlSpace(*begin)) ++begin;
-  while (end > begin && IsXmlSpace(end[-1])) --end;
-  return std::string_view(begin, static_cast<size_t>(end - begin));
-}
-
-XmlNode::ChildIterator& XmlNode::ChildIterator::operator++() {
-  index_ = tree_->nodes_[index_].next_sibling;
-  return *this;
-}
-
-XmlNode::ChildRange XmlNode::Children() const {
-  return ChildRange(tree_, tree_->nodes_[index_].first_child);
-}
 
 size_t XmlNode::ChildRange::size() const {
   size_t count = 0;

@@ -128,6 +128,32 @@ class XmlNodeTree {
   std::string text_;
 };
 
+// The accessors a reader calls for every element, inline.
+
+inline std::string_view XmlNode::Name() const {
+  const XmlNodeTree::Node& node = tree_->nodes_[index_];
+  return std::string_view(tree_->names_.data() + node.name_begin, node.name_size);
+}
+
+inline std::string_view XmlNode::Text() const {
+  const auto is_space = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; };
+  const XmlNodeTree::Node& node = tree_->nodes_[index_];
+  const char* begin = tree_->text_.data() + node.text_begin;
+  const char* end = tree_->text_.data() + node.text_end;
+  while (begin < end && is_space(*begin)) ++begin;
+  while (end > begin && is_space(end[-1])) --end;
+  return std::string_view(begin, static_cast<size_t>(end - begin));
+}
+
+inline XmlNode::ChildIterator& XmlNode::ChildIterator::operator++() {
+  index_ = tree_->nodes_[index_].next_sibling;
+  return *this;
+}
+
+inline XmlNode::ChildRange XmlNode::Children() const {
+  return ChildRange(tree_, tree_->nodes_[index_].first_child);
+}
+
 inline XmlNode::ChildIterator XmlNode::ChildRange::end() const {
   return ChildIterator(tree_, XmlNodeTree::kNone);
 }
