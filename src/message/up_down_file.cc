@@ -325,9 +325,17 @@ void clZVUpDownFile::ReadGet(const XmlNode& get) {
 }
 
 bool clZVUpDownFile::pAnalyzeAddReplaceNode(const XmlNode& command) {
-  const std::string kind = ToUpper(command.Name());
-  if (kind != "ADD" && kind != "REPLACE" && kind != "DELETE") return false;
-  const std::string parent = ToLower(command.Name());
+  enum class Kind { kAdd, kReplace, kDelete };
+  Kind kind;
+  if (NameIs(command.Name(), "add")) {
+    kind = Kind::kAdd;
+  } else if (NameIs(command.Name(), "replace")) {
+    kind = Kind::kReplace;
+  } else if (NameIs(command.Name(), "delete")) {
+    kind = Kind::kDelete;
+  } else {
+    return false;
+  }
 
   int32_t cmd_id = 0;
   std::shared_ptr<clZVTermin> termin;
@@ -347,15 +355,15 @@ bool clZVUpDownFile::pAnalyzeAddReplaceNode(const XmlNode& command) {
       auto read = std::make_shared<clZVAttributeMulti>();
       if (read->ReadFromXMLNode(child)) attribute = std::move(read);
     } else {
-      ReportUnknown(parent, child);
+      ReportUnknown(ToLower(command.Name()), child);
     }
   }
 
   bool stored = false;
   if (termin) {
-    if (kind == "ADD") {
+    if (kind == Kind::kAdd) {
       AddTerminCol().AddRead(termin, cmd_id);
-    } else if (kind == "REPLACE") {
+    } else if (kind == Kind::kReplace) {
       ReplaceTerminCol().Add(termin, cmd_id, false);
     } else {
       clZVTerminKey key;
@@ -366,7 +374,7 @@ bool clZVUpDownFile::pAnalyzeAddReplaceNode(const XmlNode& command) {
     stored = true;
   }
   if (calendar) {
-    if (kind == "ADD") {
+    if (kind == Kind::kAdd) {
       AddCalendarCol().Add(*calendar, cmd_id);
       stored = true;
     } else {
@@ -374,7 +382,7 @@ bool clZVUpDownFile::pAnalyzeAddReplaceNode(const XmlNode& command) {
     }
   }
   if (attribute && attribute->Values.Count() > 0) {
-    if (kind == "ADD") {
+    if (kind == Kind::kAdd) {
       AddAttributesCol().Add(*attribute, cmd_id);
       stored = true;
     } else {
