@@ -33,7 +33,7 @@ inline int CountOf(const std::vector<std::string>& lines, std::string_view text)
 }
 
 // The log line of the error report for a failing element creation of
-// FailingDocument (error 5) inside `procedure` of `module`.
+// FailingWriter (error 5) inside `procedure` of `module`.
 inline std::string CreateElementErrorLine(std::string_view module, std::string_view procedure) {
   return "(MAIN) --> ERROR: 5/Invalid procedure call or argument / Modul=" + std::string(module) +
          " / Proc=" + std::string(procedure) + " / Details=";
@@ -46,13 +46,6 @@ std::vector<std::string> ChildNames(const Element& element) {
   std::vector<std::string> names;
   for (const auto& child : element.Children()) names.emplace_back(child.Name());
   return names;
-}
-
-// The one line of markup of the only child of `parent` (empty when it has
-// not exactly one child).
-inline std::string OnlyChildXml(const XmlElement& parent) {
-  if (parent.Children().size() != 1) return std::string();
-  return SerializeXml(parent.Children().front());
 }
 
 // The markup written into `writer`, every element closed.
