@@ -18,10 +18,10 @@ std::shared_ptr<clZVAddReplaceItem> clZVAddCalendarCol::Add(const clZVCalendar& 
   return KeyedCollection::Add(std::move(item), sKey);
 }
 
-bool clZVAddCalendarCol::CreateXMLSource(XmlDocument& document, XmlElement& parent) const {
+bool clZVAddCalendarCol::CreateXMLSource(XmlWriter::Element parent) const {
   try {
     for (const auto& item : *this) {
-      if (!item->CreateXMLSource(document, parent, "Add")) {
+      if (!item->CreateXMLSource(parent, "Add")) {
         ReportLine("CreateXMLSource fehlgeschlagen für SubItem 'clZVAddReplaceItem'.");
         return false;
       }
@@ -50,12 +50,12 @@ std::shared_ptr<clZVAddReplaceItem> clZVAddAttributesCol::Add(const clZVAttribut
   return KeyedCollection::Add(std::move(item), sKey);
 }
 
-bool clZVAddAttributesCol::CreateXMLSource(XmlDocument& document, XmlElement& parent) const {
+bool clZVAddAttributesCol::CreateXMLSource(XmlWriter::Element parent) const {
   try {
     // Each attribute value is answered as a map of the host's id, hence
     // "Map". The failing item has told about itself; nothing is added here.
     for (int32_t i = 1; i <= Count(); ++i) {
-      if (!Item(i)->CreateXMLSource(document, parent, "Map")) return false;
+      if (!Item(i)->CreateXMLSource(parent, "Map")) return false;
     }
     return true;
   } catch (...) {

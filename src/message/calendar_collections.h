@@ -9,7 +9,7 @@
 
 #include "message/calendar_items.h"
 #include "message/command_items.h"
-#include "message/xml_element.h"
+#include "message/xml_writer.h"
 #include "util/keyed_collection.h"
 
 namespace kdzv {
@@ -23,7 +23,7 @@ class clZVAddCalendarCol : public KeyedCollection<clZVAddReplaceItem> {
   std::shared_ptr<clZVAddReplaceItem> Add(const clZVCalendar& Calendar, int32_t CmdID,
                                           std::string_view sKey = {});
   // Each item as "Add"; stops at the first failing one.
-  bool CreateXMLSource(XmlDocument& document, XmlElement& parent) const;
+  bool CreateXMLSource(XmlWriter::Element parent) const;
 };
 
 // Attributes: in a received message the attributes the service adds; in an
@@ -37,7 +37,7 @@ class clZVAddAttributesCol : public KeyedCollection<clZVAddReplaceItem> {
   std::shared_ptr<clZVAddReplaceItem> Add(const clZVAttributeMulti& Attribute, int32_t CmdID,
                                           std::string_view sKey = {});
   // Each item as "Map"; stops at the first failing one, without a message.
-  bool CreateXMLSource(XmlDocument& document, XmlElement& parent) const;
+  bool CreateXMLSource(XmlWriter::Element parent) const;
 };
 
 }  // namespace kdzv

@@ -59,10 +59,6 @@ bool ReadItem(const XmlNode& node, std::string_view module, std::string_view pre
 
 bool NoOtherField(std::string_view, const XmlNode&) { return false; }
 
-XmlElement& AppendElement(XmlDocument& document, XmlElement& parent, std::string_view name) {
-  return parent.AppendChild(document.CreateElement(name));
-}
-
 }  // namespace
 
 // --- clZVCalendar -----------------------------------------------------------
@@ -71,12 +67,12 @@ bool clZVCalendar::ReadFromXMLNode(const XmlNode& node) {
   return ReadItem(node, kModule, kUnknownCalendarNode, Source, Target, Title, NoOtherField);
 }
 
-bool clZVCalendar::CreateXMLSource(XmlDocument& document, XmlElement& parent) const {
+bool clZVCalendar::CreateXMLSource(XmlWriter::Element parent) const {
   try {
-    XmlElement& element = AppendElement(document, parent, "Calendar");
-    AppendTextElement(document, element, "Source", Source);
-    AppendTextElement(document, element, "Target", Target);
-    if (!Title.empty()) AppendTextElement(document, element, "Title", Title);
+    const XmlWriter::Element element = parent.AppendChild("Calendar");
+    element.AppendTextElement("Source", Source);
+    element.AppendTextElement("Target", Target);
+    if (!Title.empty()) element.AppendTextElement("Title", Title);
     return true;
   } catch (...) {
     ReportCurrentError(kModule, "CreateXMLSource", "");
@@ -86,11 +82,11 @@ bool clZVCalendar::CreateXMLSource(XmlDocument& document, XmlElement& parent) co
 
 // --- clZVCalendarKey --------------------------------------------------------
 
-bool clZVCalendarKey::CreateXMLSource(XmlDocument& document, XmlElement& parent) const {
+bool clZVCalendarKey::CreateXMLSource(XmlWriter::Element parent) const {
   try {
-    XmlElement& element = AppendElement(document, parent, "Calendar");
-    AppendTextElement(document, element, "Source", Source);
-    AppendTextElement(document, element, "Target", Target);
+    const XmlWriter::Element element = parent.AppendChild("Calendar");
+    element.AppendTextElement("Source", Source);
+    element.AppendTextElement("Target", Target);
     return true;
   } catch (...) {
     ReportCurrentError(kModule, "CreateXMLSource", "");
@@ -104,13 +100,12 @@ bool clZVAttributeValue::ReadFromXMLNode(const XmlNode& node) {
   return ReadItem(node, kModule, kUnknownAttributeNode, Source, Target, Title, NoOtherField);
 }
 
-bool clZVAttributeValue::CreateXMLSource(XmlDocument& document, XmlElement& parent,
-                                         std::string_view name) const {
+bool clZVAttributeValue::CreateXMLSource(XmlWriter::Element parent, std::string_view name) const {
   try {
-    XmlElement& element = AppendElement(document, parent, name);
-    AppendTextElement(document, element, "Source", Source);
-    AppendTextElement(document, element, "Target", Target);
-    AppendTextElement(document, element, "Title", Title);
+    const XmlWriter::Element element = parent.AppendChild(name);
+    element.AppendTextElement("Source", Source);
+    element.AppendTextElement("Target", Target);
+    element.AppendTextElement("Title", Title);
     return true;
   } catch (...) {
     ReportCurrentError(kModule, "CreateXMLSource", "");
@@ -146,14 +141,13 @@ bool clZVAttribute::ReadFromXMLNode(const XmlNode& node) {
                   });
 }
 
-bool clZVAttribute::CreateXMLSource(XmlDocument& document, XmlElement& parent,
-                                    std::string_view name) const {
+bool clZVAttribute::CreateXMLSource(XmlWriter::Element parent, std::string_view name) const {
   try {
-    XmlElement& element = AppendElement(document, parent, name);
-    AppendTextElement(document, element, "Source", Source);
-    AppendTextElement(document, element, "Target", Target);
-    AppendTextElement(document, element, "Title", Title);
-    if (!Value->CreateXMLSource(document, element, "Value")) {
+    const XmlWriter::Element element = parent.AppendChild(name);
+    element.AppendTextElement("Source", Source);
+    element.AppendTextElement("Target", Target);
+    element.AppendTextElement("Title", Title);
+    if (!Value->CreateXMLSource(element, "Value")) {
       ReportLine("CreateXMLSource fehlgeschlagen für SubItem 'Value'.");
       return false;
     }
@@ -187,12 +181,11 @@ bool clZVAttributeMulti::ReadFromXMLNode(const XmlNode& node) {
                   });
 }
 
-bool clZVAttributeMulti::CreateXMLSource(XmlDocument& document, XmlElement& parent,
-                                         std::string_view name) const {
+bool clZVAttributeMulti::CreateXMLSource(XmlWriter::Element parent, std::string_view name) const {
   try {
-    XmlElement& element = AppendElement(document, parent, name);
-    AppendTextElement(document, element, "Source", Source);
-    AppendTextElement(document, element, "Target", Target);
+    const XmlWriter::Element element = parent.AppendChild(name);
+    element.AppendTextElement("Source", Source);
+    element.AppendTextElement("Target", Target);
     return true;
   } catch (...) {
     ReportCurrentError(kModule, "CreateXMLSource", "");
@@ -202,10 +195,10 @@ bool clZVAttributeMulti::CreateXMLSource(XmlDocument& document, XmlElement& pare
 
 // --- clZVAttributes ---------------------------------------------------------
 
-bool clZVAttributes::CreateXMLSource(XmlDocument& document, XmlElement& parent) const {
+bool clZVAttributes::CreateXMLSource(XmlWriter::Element parent) const {
   try {
     for (const auto& attribute : *this) {
-      if (!attribute->CreateXMLSource(document, parent, "Attribute")) {
+      if (!attribute->CreateXMLSource(parent, "Attribute")) {
         ReportLine("CreateXMLSource fehlgeschlagen für SubItem 'clZVAttribute'.");
         return false;
       }
@@ -219,12 +212,12 @@ bool clZVAttributes::CreateXMLSource(XmlDocument& document, XmlElement& parent) 
 
 // --- clZVDeleteMapCalendarItem ----------------------------------------------
 
-bool clZVDeleteMapCalendarItem::CreateXMLSource(XmlDocument& document, XmlElement& parent,
+bool clZVDeleteMapCalendarItem::CreateXMLSource(XmlWriter::Element parent,
                                                 std::string_view name) const {
   try {
-    XmlElement& element = AppendElement(document, parent, name);
-    AppendTextElement(document, element, "CmdID", std::to_string(CmdID));
-    if (!CalendarKey->CreateXMLSource(document, element)) {
+    const XmlWriter::Element element = parent.AppendChild(name);
+    element.AppendTextElement("CmdID", std::to_string(CmdID));
+    if (!CalendarKey->CreateXMLSource(element)) {
       ReportLine("XML-Daten für Subitem 'CalendarKey' konnten nicht erstellt werden.");
       return false;
     }
@@ -248,10 +241,10 @@ std::shared_ptr<clZVDeleteMapCalendarItem> clZVMapCalendarCol::Add(int32_t CmdID
   return KeyedCollection::Add(std::move(item), sKey);
 }
 
-bool clZVMapCalendarCol::CreateXMLSource(XmlDocument& document, XmlElement& parent) const {
+bool clZVMapCalendarCol::CreateXMLSource(XmlWriter::Element parent) const {
   try {
     for (const auto& item : *this) {
-      if (!item->CreateXMLSource(document, parent, "Map")) {
+      if (!item->CreateXMLSource(parent, "Map")) {
         // The status class's name is what this message has always named.
         ReportLine("CreateXMLSource fehlgeschlagen für SubItem 'clZVStatus'.");
         return false;

@@ -14,8 +14,8 @@
 #include <string>
 #include <string_view>
 
-#include "message/xml_element.h"
 #include "message/xml_node.h"
+#include "message/xml_writer.h"
 #include "util/keyed_collection.h"
 
 namespace kdzv {
@@ -33,7 +33,7 @@ class clZVCalendar {
   // False for an element without children (the item stays untouched).
   bool ReadFromXMLNode(const XmlNode& node);
   // "Calendar" with Source, Target and, when not empty, Title.
-  bool CreateXMLSource(XmlDocument& document, XmlElement& parent) const;
+  bool CreateXMLSource(XmlWriter::Element parent) const;
 };
 
 class clZVCalendarKey {
@@ -44,7 +44,7 @@ class clZVCalendarKey {
   std::string Target;
 
   // "Calendar" with Source and Target.
-  bool CreateXMLSource(XmlDocument& document, XmlElement& parent) const;
+  bool CreateXMLSource(XmlWriter::Element parent) const;
 };
 
 // One value of an attribute (for the method attribute: one treatment), and
@@ -59,7 +59,7 @@ class clZVAttributeValue {
 
   bool ReadFromXMLNode(const XmlNode& node);
   // `name` with Source, Target and Title (all three always).
-  bool CreateXMLSource(XmlDocument& document, XmlElement& parent, std::string_view name) const;
+  bool CreateXMLSource(XmlWriter::Element parent, std::string_view name) const;
 };
 
 class clZVAttributeValues : public KeyedCollection<clZVAttributeValue> {
@@ -85,8 +85,7 @@ class clZVAttributeBase {
   // null when it has none.
   virtual std::shared_ptr<clZVAttributeValue> FirstValue() const = 0;
   virtual bool ReadFromXMLNode(const XmlNode& node) = 0;
-  virtual bool CreateXMLSource(XmlDocument& document, XmlElement& parent,
-                               std::string_view name) const = 0;
+  virtual bool CreateXMLSource(XmlWriter::Element parent, std::string_view name) const = 0;
 };
 
 class clZVAttribute : public clZVAttributeBase {
@@ -99,8 +98,7 @@ class clZVAttribute : public clZVAttributeBase {
   std::shared_ptr<clZVAttributeValue> FirstValue() const override { return Value; }
   bool ReadFromXMLNode(const XmlNode& node) override;
   // `name` with Source, Target, Title and the value as "Value".
-  bool CreateXMLSource(XmlDocument& document, XmlElement& parent,
-                       std::string_view name) const override;
+  bool CreateXMLSource(XmlWriter::Element parent, std::string_view name) const override;
 };
 
 class clZVAttributeMulti : public clZVAttributeBase {
@@ -113,8 +111,7 @@ class clZVAttributeMulti : public clZVAttributeBase {
   std::shared_ptr<clZVAttributeValue> FirstValue() const override;
   bool ReadFromXMLNode(const XmlNode& node) override;
   // `name` with Source and Target only.
-  bool CreateXMLSource(XmlDocument& document, XmlElement& parent,
-                       std::string_view name) const override;
+  bool CreateXMLSource(XmlWriter::Element parent, std::string_view name) const override;
 };
 
 // The attributes of an appointment.
@@ -123,7 +120,7 @@ class clZVAttributes : public KeyedCollection<clZVAttributeBase> {
   static constexpr std::string_view kModule = "clZVAttributes";
 
   // Each attribute as "Attribute".
-  bool CreateXMLSource(XmlDocument& document, XmlElement& parent) const;
+  bool CreateXMLSource(XmlWriter::Element parent) const;
 };
 
 // One calendar map of an answer: the command it answers and the pair of ids.
@@ -136,7 +133,7 @@ class clZVDeleteMapCalendarItem {
   std::shared_ptr<clZVCalendarKey> CalendarKey = std::make_shared<clZVCalendarKey>();
 
   // `name` with CmdID and the key as "Calendar".
-  bool CreateXMLSource(XmlDocument& document, XmlElement& parent, std::string_view name) const;
+  bool CreateXMLSource(XmlWriter::Element parent, std::string_view name) const;
 };
 
 class clZVMapCalendarCol : public KeyedCollection<clZVDeleteMapCalendarItem> {
@@ -150,7 +147,7 @@ class clZVMapCalendarCol : public KeyedCollection<clZVDeleteMapCalendarItem> {
                                                  std::string_view Target,
                                                  std::string_view sKey = {});
   // Each item as "Map"; stops at the first failing one.
-  bool CreateXMLSource(XmlDocument& document, XmlElement& parent) const;
+  bool CreateXMLSource(XmlWriter::Element parent) const;
 };
 
 }  // namespace kdzv

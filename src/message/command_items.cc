@@ -28,13 +28,12 @@ clZVAddReplaceItem::clZVAddReplaceItem(std::shared_ptr<clZVTermin> termin)
   AAttribute = std::shared_ptr<clZVAttributeMulti>(payloads, &payloads->attribute);
 }
 
-bool clZVAddReplaceItem::CreateXMLSource(XmlDocument& document, XmlElement& parent,
-                                         std::string_view name) const {
+bool clZVAddReplaceItem::CreateXMLSource(XmlWriter::Element parent, std::string_view name) const {
   try {
-    // The command element goes into the document before its payload, so a
+    // The command element goes into the message before its payload, so a
     // failing payload leaves the command element behind.
-    XmlElement& element = parent.AppendChild(document.CreateElement(name));
-    AppendTextElement(document, element, "CmdID", std::to_string(CmdID));
+    const XmlWriter::Element element = parent.AppendChild(name);
+    element.AppendTextElement("CmdID", std::to_string(CmdID));
 
     if (ItemType == item_type::kAttribute) {
       // An attribute travels as its first value.
@@ -44,21 +43,21 @@ bool clZVAddReplaceItem::CreateXMLSource(XmlDocument& document, XmlElement& pare
             "keine Values");
         return false;
       }
-      if (!AAttribute->Values.Item(1)->CreateXMLSource(document, element, "Attribute_Value")) {
+      if (!AAttribute->Values.Item(1)->CreateXMLSource(element, "Attribute_Value")) {
         ReportLine("XML-Daten für Subitem 'Attribut_Value' konnten nicht erstellt werden.");
         return false;
       }
       return true;
     }
     if (ItemType == item_type::kCalendar) {
-      if (!Calendar->CreateXMLSource(document, element)) {
+      if (!Calendar->CreateXMLSource(element)) {
         // The calendar case has always been announced as 'Attribut'.
         ReportLine("XML-Daten für Subitem 'Attribut' konnten nicht erstellt werden.");
         return false;
       }
       return true;
     }
-    if (!Termin->CreateXMLSource(document, element)) {
+    if (!Termin->CreateXMLSource(element)) {
       ReportLine("XML-Daten für Subitem 'Termin' konnten nicht erstellt werden.");
       return false;
     }
@@ -71,12 +70,11 @@ bool clZVAddReplaceItem::CreateXMLSource(XmlDocument& document, XmlElement& pare
 
 // --- clZVDeleteMapItem ------------------------------------------------------
 
-bool clZVDeleteMapItem::CreateXMLSource(XmlDocument& document, XmlElement& parent,
-                                        std::string_view name) const {
+bool clZVDeleteMapItem::CreateXMLSource(XmlWriter::Element parent, std::string_view name) const {
   try {
-    XmlElement& element = parent.AppendChild(document.CreateElement(name));
-    AppendTextElement(document, element, "CmdID", std::to_string(CmdID));
-    if (!TerminKey->CreateXMLSource(document, element)) {
+    const XmlWriter::Element element = parent.AppendChild(name);
+    element.AppendTextElement("CmdID", std::to_string(CmdID));
+    if (!TerminKey->CreateXMLSource(element)) {
       ReportLine("XML-Daten für Subitem 'TerminKey' konnten nicht erstellt werden.");
       return false;
     }

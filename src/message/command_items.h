@@ -10,7 +10,7 @@
 
 #include "message/calendar_items.h"
 #include "message/termin_items.h"
-#include "message/xml_element.h"
+#include "message/xml_writer.h"
 
 namespace kdzv {
 
@@ -40,7 +40,7 @@ class clZVAddReplaceItem {
 
   // `name` with CmdID and the payload; an attribute is written as its first
   // value, "Attribute_Value".
-  bool CreateXMLSource(XmlDocument& document, XmlElement& parent, std::string_view name) const;
+  bool CreateXMLSource(XmlWriter::Element parent, std::string_view name) const;
 };
 
 class clZVDeleteMapItem {
@@ -51,7 +51,7 @@ class clZVDeleteMapItem {
   std::shared_ptr<clZVTerminKey> TerminKey = std::make_shared<clZVTerminKey>();
 
   // `name` with CmdID and the key's "VEvent".
-  bool CreateXMLSource(XmlDocument& document, XmlElement& parent, std::string_view name) const;
+  bool CreateXMLSource(XmlWriter::Element parent, std::string_view name) const;
 };
 
 }  // namespace kdzv

@@ -27,15 +27,14 @@ std::shared_ptr<clZVAttribute_ValueDay> clZVAttribute_ValueDays::Add(std::string
 
 // --- clZVAttribute_Value ----------------------------------------------------
 
-bool clZVAttribute_Value::CreateXMLSource(XmlDocument& document, XmlElement& parent,
-                                          std::string_view name) const {
+bool clZVAttribute_Value::CreateXMLSource(XmlWriter::Element parent, std::string_view name) const {
   try {
-    XmlElement& element = parent.AppendChild(document.CreateElement(name));
-    AppendTextElement(document, element, "Source", Source);
-    AppendTextElement(document, element, "Target", Target);
-    AppendTextElement(document, element, "Title", Title);
+    const XmlWriter::Element element = parent.AppendChild(name);
+    element.AppendTextElement("Source", Source);
+    element.AppendTextElement("Target", Target);
+    element.AppendTextElement("Title", Title);
     for (int32_t i = 1; i <= Days->Count(); ++i) {
-      AppendTextElement(document, element, "Day", Days->Item(i)->Value);
+      element.AppendTextElement("Day", Days->Item(i)->Value);
     }
     return true;
   } catch (...) {
@@ -57,13 +56,12 @@ std::shared_ptr<clZVAttribute_Value> clZVAttribute_Values::Add(std::string_view 
   return KeyedCollection::Add(std::move(value), sKey);
 }
 
-bool clZVAttribute_Values::CreateXMLSource(XmlDocument& document, XmlElement& parent,
-                                           std::string_view name) const {
+bool clZVAttribute_Values::CreateXMLSource(XmlWriter::Element parent, std::string_view name) const {
   try {
     // A failing value is told about and the others are still written.
     bool all_written = true;
     for (int32_t i = 1; i <= Count(); ++i) {
-      if (!Item(i)->CreateXMLSource(document, parent, name)) {
+      if (!Item(i)->CreateXMLSource(parent, name)) {
         ReportLine(kValueFailed);
         all_written = false;
       }
@@ -77,20 +75,19 @@ bool clZVAttribute_Values::CreateXMLSource(XmlDocument& document, XmlElement& pa
 
 // --- clZVOpeningTime --------------------------------------------------------
 
-bool clZVOpeningTime::CreateXMLSource(XmlDocument& document, XmlElement& parent,
-                                      std::string_view name) const {
+bool clZVOpeningTime::CreateXMLSource(XmlWriter::Element parent, std::string_view name) const {
   try {
-    XmlElement& element = parent.AppendChild(document.CreateElement(name));
-    AppendTextElement(document, element, "CmdID", std::to_string(CmdID));
-    XmlElement& opening_time = element.AppendChild(document.CreateElement("OpeningTime"));
+    const XmlWriter::Element element = parent.AppendChild(name);
+    element.AppendTextElement("CmdID", std::to_string(CmdID));
+    const XmlWriter::Element opening_time = element.AppendChild("OpeningTime");
 
     // A failing part is told about and the next part is still written.
     bool all_written = true;
-    if (!Calendar->CreateXMLSource(document, opening_time)) {
+    if (!Calendar->CreateXMLSource(opening_time)) {
       ReportLine("XML-Daten für Subitem 'Calendar' konnten nicht erstellt werden.");
       all_written = false;
     }
-    if (!Values->CreateXMLSource(document, opening_time, "Attribute_Value")) {
+    if (!Values->CreateXMLSource(opening_time, "Attribute_Value")) {
       ReportLine(kValueFailed);
       all_written = false;
     }
@@ -116,10 +113,10 @@ std::shared_ptr<clZVOpeningTime> clZVReplaceOpeningTimeCol::Add(int32_t CmdID,
   return KeyedCollection::Add(std::move(opening_time), sKey);
 }
 
-bool clZVReplaceOpeningTimeCol::CreateXMLSource(XmlDocument& document, XmlElement& parent) const {
+bool clZVReplaceOpeningTimeCol::CreateXMLSource(XmlWriter::Element parent) const {
   try {
     for (int32_t i = 1; i <= Count(); ++i) {
-      if (!Item(i)->CreateXMLSource(document, parent, "Replace")) {
+      if (!Item(i)->CreateXMLSource(parent, "Replace")) {
         ReportLine("CreateXMLSource fehlgeschlagen für SubItem 'clZVOpeningTime'.");
         return false;
       }

@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "message/calendar_items.h"
-#include "message/xml_element.h"
+#include "message/xml_writer.h"
 #include "util/date_time.h"
 #include "util/keyed_collection.h"
 
@@ -41,7 +41,7 @@ class clZVAttribute_Value {
   std::shared_ptr<clZVAttribute_ValueDays> Days = std::make_shared<clZVAttribute_ValueDays>();
 
   // `name` with Source, Target, Title and one "Day" per day.
-  bool CreateXMLSource(XmlDocument& document, XmlElement& parent, std::string_view name) const;
+  bool CreateXMLSource(XmlWriter::Element parent, std::string_view name) const;
 };
 
 class clZVAttribute_Values : public KeyedCollection<clZVAttribute_Value> {
@@ -51,7 +51,7 @@ class clZVAttribute_Values : public KeyedCollection<clZVAttribute_Value> {
   std::shared_ptr<clZVAttribute_Value> Add(std::string_view Source, std::string_view Target,
                                            std::string_view Title, std::string_view sKey = {});
   // Each value under `name`; a failing one is reported and the rest written.
-  bool CreateXMLSource(XmlDocument& document, XmlElement& parent, std::string_view name) const;
+  bool CreateXMLSource(XmlWriter::Element parent, std::string_view name) const;
 };
 
 class clZVOpeningTime {
@@ -63,7 +63,7 @@ class clZVOpeningTime {
   std::shared_ptr<clZVAttribute_Values> Values = std::make_shared<clZVAttribute_Values>();
 
   // `name` with CmdID and "OpeningTime" holding the calendar and the values.
-  bool CreateXMLSource(XmlDocument& document, XmlElement& parent, std::string_view name) const;
+  bool CreateXMLSource(XmlWriter::Element parent, std::string_view name) const;
 };
 
 class clZVReplaceOpeningTimeCol : public KeyedCollection<clZVOpeningTime> {
@@ -75,7 +75,7 @@ class clZVReplaceOpeningTimeCol : public KeyedCollection<clZVOpeningTime> {
                                        std::string_view CalendarTarget,
                                        std::string_view CalendarTitle, std::string_view sKey = {});
   // Each opening time as "Replace"; stops at the first failing one.
-  bool CreateXMLSource(XmlDocument& document, XmlElement& parent) const;
+  bool CreateXMLSource(XmlWriter::Element parent) const;
 };
 
 // One time slot of a day: its local start and its length in minutes.

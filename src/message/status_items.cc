@@ -50,17 +50,17 @@ std::string clZVStatus::ReadFromXMLNode(const XmlNode& node) {
   }
 }
 
-std::string clZVStatus::CreateXMLSource(XmlDocument& document, XmlElement& parent) const {
+std::string clZVStatus::CreateXMLSource(XmlWriter::Element parent) const {
   try {
-    // The status is complete before it goes into the document.
-    XmlElement status = document.CreateElement("Status");
-    AppendTextElement(document, status, "Cmd", Cmd);
-    AppendTextElement(document, status, "CmdID", CmdID);
-    AppendTextElement(document, status, "CmdRef", CmdRef);
-    AppendTextElement(document, status, "MsgRef", MsgRef);
-    AppendTextElement(document, status, "Data", Data);
-    AppendTextElement(document, status, "Text", Text);
-    parent.AppendChild(std::move(status));
+    // A status goes into the message whole or not at all.
+    parent.AppendWholeChild("Status", [this](XmlWriter::Element status) {
+      status.AppendTextElement("Cmd", Cmd);
+      status.AppendTextElement("CmdID", CmdID);
+      status.AppendTextElement("CmdRef", CmdRef);
+      status.AppendTextElement("MsgRef", MsgRef);
+      status.AppendTextElement("Data", Data);
+      status.AppendTextElement("Text", Text);
+    });
     return std::string();
   } catch (...) {
     return ReportAndDescribe(kModule, "clZVStatus.CreateXMLSource");
@@ -91,13 +91,14 @@ std::string clZVAlert::ReadFromXMLNode(const XmlNode& node) {
   }
 }
 
-std::string clZVAlert::CreateXMLSource(XmlDocument& document, XmlElement& parent) const {
+std::string clZVAlert::CreateXMLSource(XmlWriter::Element parent) const {
   try {
-    XmlElement alert = document.CreateElement("Alert");
-    AppendTextElement(document, alert, "CmdID", std::to_string(CmdID));
-    AppendTextElement(document, alert, "Data", std::to_string(Data));
-    AppendTextElement(document, alert, "Text", Text);
-    parent.AppendChild(std::move(alert));
+    // An alert goes into the message whole or not at all.
+    parent.AppendWholeChild("Alert", [this](XmlWriter::Element alert) {
+      alert.AppendTextElement("CmdID", std::to_string(CmdID));
+      alert.AppendTextElement("Data", std::to_string(Data));
+      alert.AppendTextElement("Text", Text);
+    });
     return std::string();
   } catch (...) {
     return ReportAndDescribe(kModule, "clZVAlert.CreateXMLSource");
@@ -120,10 +121,10 @@ std::shared_ptr<clZVStatus> clZVStatusCol::Add(std::string_view Cmd, std::string
   return KeyedCollection::Add(std::move(status), sKey);
 }
 
-std::string clZVStatusCol::CreateXMLSource(XmlDocument& document, XmlElement& parent) const {
+std::string clZVStatusCol::CreateXMLSource(XmlWriter::Element parent) const {
   try {
     for (const auto& status : *this) {
-      if (!status->CreateXMLSource(document, parent).empty()) {
+      if (!status->CreateXMLSource(parent).empty()) {
         return "CreateXMLSource fehlgeschlagen für SubItem 'clZVStatus'.";
       }
     }
@@ -144,10 +145,10 @@ std::shared_ptr<clZVAlert> clZVAlertCol::Add(std::string_view Text, int32_t CmdI
   return KeyedCollection::Add(std::move(alert), sKey);
 }
 
-std::string clZVAlertCol::CreateXMLSource(XmlDocument& document, XmlElement& parent) const {
+std::string clZVAlertCol::CreateXMLSource(XmlWriter::Element parent) const {
   try {
     for (const auto& alert : *this) {
-      if (!alert->CreateXMLSource(document, parent).empty()) {
+      if (!alert->CreateXMLSource(parent).empty()) {
         return "CreateXMLSource fehlgeschlagen für SubItem 'clZVAlert'.";
       }
     }

@@ -12,8 +12,8 @@
 #include <string>
 #include <string_view>
 
-#include "message/xml_element.h"
 #include "message/xml_node.h"
+#include "message/xml_writer.h"
 #include "util/keyed_collection.h"
 
 namespace kdzv {
@@ -35,7 +35,7 @@ class clZVStatus {
 
   std::string ReadFromXMLNode(const XmlNode& node);
   // "Status" with Cmd, CmdID, CmdRef, MsgRef, Data and Text, all always.
-  std::string CreateXMLSource(XmlDocument& document, XmlElement& parent) const;
+  std::string CreateXMLSource(XmlWriter::Element parent) const;
 };
 
 class clZVAlert {
@@ -48,7 +48,7 @@ class clZVAlert {
 
   std::string ReadFromXMLNode(const XmlNode& node);
   // "Alert" with CmdID, Data and Text.
-  std::string CreateXMLSource(XmlDocument& document, XmlElement& parent) const;
+  std::string CreateXMLSource(XmlWriter::Element parent) const;
 };
 
 class clZVStatusCol : public KeyedCollection<clZVStatus> {
@@ -60,7 +60,7 @@ class clZVStatusCol : public KeyedCollection<clZVStatus> {
                                   std::string_view CmdRef, std::string_view MsgRef,
                                   std::string_view Data, std::string_view Text,
                                   std::string_view sKey = {});
-  std::string CreateXMLSource(XmlDocument& document, XmlElement& parent) const;
+  std::string CreateXMLSource(XmlWriter::Element parent) const;
 };
 
 class clZVAlertCol : public KeyedCollection<clZVAlert> {
@@ -71,7 +71,7 @@ class clZVAlertCol : public KeyedCollection<clZVAlert> {
   // alerts the component sends), kept for the callers' argument order.
   std::shared_ptr<clZVAlert> Add(std::string_view Text, int32_t CmdID, int32_t Data,
                                  std::string_view sItem, std::string_view sKey = {});
-  std::string CreateXMLSource(XmlDocument& document, XmlElement& parent) const;
+  std::string CreateXMLSource(XmlWriter::Element parent) const;
 };
 
 }  // namespace kdzv

@@ -19,11 +19,11 @@ constexpr std::string_view kDeleteMapFailed =
 // under `parent`. The first failing item is told about with `failure` and
 // ends the loop; the items after it are not written.
 template <class Collection>
-bool WriteEach(const Collection& collection, std::string_view module, XmlDocument& document,
-               XmlElement& parent, std::string_view name, std::string_view failure) {
+bool WriteEach(const Collection& collection, std::string_view module, XmlWriter::Element parent,
+               std::string_view name, std::string_view failure) {
   try {
     for (const auto& item : collection) {
-      if (!item->CreateXMLSource(document, parent, name)) {
+      if (!item->CreateXMLSource(parent, name)) {
         ReportLine(failure);
         return false;
       }
@@ -65,8 +65,8 @@ std::shared_ptr<clZVAddReplaceItem> clZVAddTerminCol::AddRead(std::shared_ptr<cl
   return KeyedCollection::Add(std::move(item));
 }
 
-bool clZVAddTerminCol::CreateXMLSource(XmlDocument& document, XmlElement& parent) const {
-  return WriteEach(*this, kModule, document, parent, "Add", kAddReplaceFailed);
+bool clZVAddTerminCol::CreateXMLSource(XmlWriter::Element parent) const {
+  return WriteEach(*this, kModule, parent, "Add", kAddReplaceFailed);
 }
 
 // --- clZVReplaceTerminCol ---------------------------------------------------
@@ -82,8 +82,8 @@ std::shared_ptr<clZVAddReplaceItem> clZVReplaceTerminCol::Add(std::shared_ptr<cl
   return KeyedCollection::Add(std::move(item), sKey);
 }
 
-bool clZVReplaceTerminCol::CreateXMLSource(XmlDocument& document, XmlElement& parent) const {
-  return WriteEach(*this, kModule, document, parent, "Replace", kAddReplaceFailed);
+bool clZVReplaceTerminCol::CreateXMLSource(XmlWriter::Element parent) const {
+  return WriteEach(*this, kModule, parent, "Replace", kAddReplaceFailed);
 }
 
 // --- clZVDeleteTerminCol ----------------------------------------------------
@@ -93,8 +93,8 @@ std::shared_ptr<clZVDeleteMapItem> clZVDeleteTerminCol::Add(const clZVTerminKey&
   return KeyedCollection::Add(NewDeleteMapItem(TerminKey, CmdID), sKey);
 }
 
-bool clZVDeleteTerminCol::CreateXMLSource(XmlDocument& document, XmlElement& parent) const {
-  return WriteEach(*this, kModule, document, parent, "Delete", kDeleteMapFailed);
+bool clZVDeleteTerminCol::CreateXMLSource(XmlWriter::Element parent) const {
+  return WriteEach(*this, kModule, parent, "Delete", kDeleteMapFailed);
 }
 
 // --- clZVMapTerminCol -------------------------------------------------------
@@ -104,8 +104,8 @@ std::shared_ptr<clZVDeleteMapItem> clZVMapTerminCol::Add(const clZVTerminKey& Te
   return KeyedCollection::Add(NewDeleteMapItem(TerminKey, CmdID), sKey);
 }
 
-bool clZVMapTerminCol::CreateXMLSource(XmlDocument& document, XmlElement& parent) const {
-  return WriteEach(*this, kModule, document, parent, "Map", kDeleteMapFailed);
+bool clZVMapTerminCol::CreateXMLSource(XmlWriter::Element parent) const {
+  return WriteEach(*this, kModule, parent, "Map", kDeleteMapFailed);
 }
 
 }  // namespace kdzv

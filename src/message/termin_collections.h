@@ -9,7 +9,7 @@
 
 #include "message/command_items.h"
 #include "message/termin_items.h"
-#include "message/xml_element.h"
+#include "message/xml_writer.h"
 #include "util/keyed_collection.h"
 
 namespace kdzv {
@@ -26,7 +26,7 @@ class clZVAddTerminCol : public KeyedCollection<clZVAddReplaceItem> {
   // holds: the item is the one Add would make from it (its attributes
   // listed without their keys), without copying it.
   std::shared_ptr<clZVAddReplaceItem> AddRead(std::shared_ptr<clZVTermin> Termin, int32_t CmdID);
-  bool CreateXMLSource(XmlDocument& document, XmlElement& parent) const;
+  bool CreateXMLSource(XmlWriter::Element parent) const;
 };
 
 // Replaced appointments ("Replace"). Add refers to the given appointment
@@ -37,7 +37,7 @@ class clZVReplaceTerminCol : public KeyedCollection<clZVAddReplaceItem> {
   using KeyedCollection::Add;
   std::shared_ptr<clZVAddReplaceItem> Add(std::shared_ptr<clZVTermin> Termin, int32_t CmdID,
                                           bool OnlyStatusChanged, std::string_view sKey = {});
-  bool CreateXMLSource(XmlDocument& document, XmlElement& parent) const;
+  bool CreateXMLSource(XmlWriter::Element parent) const;
 };
 
 // Deleted appointments ("Delete"); Add copies the key.
@@ -47,7 +47,7 @@ class clZVDeleteTerminCol : public KeyedCollection<clZVDeleteMapItem> {
   using KeyedCollection::Add;
   std::shared_ptr<clZVDeleteMapItem> Add(const clZVTerminKey& TerminKey, int32_t CmdID,
                                          std::string_view sKey = {});
-  bool CreateXMLSource(XmlDocument& document, XmlElement& parent) const;
+  bool CreateXMLSource(XmlWriter::Element parent) const;
 };
 
 // Mapped appointments ("Map"): which host id belongs to a service
@@ -58,7 +58,7 @@ class clZVMapTerminCol : public KeyedCollection<clZVDeleteMapItem> {
   using KeyedCollection::Add;
   std::shared_ptr<clZVDeleteMapItem> Add(const clZVTerminKey& TerminKey, int32_t CmdID,
                                          std::string_view sKey = {});
-  bool CreateXMLSource(XmlDocument& document, XmlElement& parent) const;
+  bool CreateXMLSource(XmlWriter::Element parent) const;
 };
 
 }  // namespace kdzv

@@ -11,10 +11,6 @@
 namespace kdzv {
 namespace {
 
-XmlElement& AppendElement(XmlDocument& document, XmlElement& parent, std::string_view name) {
-  return parent.AppendChild(document.CreateElement(name));
-}
-
 // The local time of a service text; the zero date while no zone is known.
 DateTime ToLocal(std::string_view text) {
   TimeZoneSource* zone = process::TimeZone();
@@ -26,12 +22,11 @@ DateTime ToLocal(std::string_view text) {
 
 // --- clZVSourceTargetItem ---------------------------------------------------
 
-bool clZVSourceTargetItem::CreateXMLSource(XmlDocument& document, XmlElement& parent,
-                                           std::string_view name) const {
+bool clZVSourceTargetItem::CreateXMLSource(XmlWriter::Element parent, std::string_view name) const {
   try {
-    XmlElement& element = AppendElement(document, parent, name);
-    AppendTextElement(document, element, "LocName", LocName);
-    AppendTextElement(document, element, "LocURI", locURI);
+    const XmlWriter::Element element = parent.AppendChild(name);
+    element.AppendTextElement("LocName", LocName);
+    element.AppendTextElement("LocURI", locURI);
     return true;
   } catch (...) {
     ReportCurrentError(kModule, "CreateXMLSource", "");
@@ -41,17 +36,17 @@ bool clZVSourceTargetItem::CreateXMLSource(XmlDocument& document, XmlElement& pa
 
 // --- clZVSyncHdr ------------------------------------------------------------
 
-bool clZVSyncHdr::CreateXMLSource(XmlDocument& document, XmlElement& parent) const {
+bool clZVSyncHdr::CreateXMLSource(XmlWriter::Element parent) const {
   try {
-    XmlElement& element = AppendElement(document, parent, "SyncHdr");
-    AppendTextElement(document, element, "VerDTD", VerDTD);
-    AppendTextElement(document, element, "VerProto", VerProto);
-    AppendTextElement(document, element, "SessionID", SessionID);
-    AppendTextElement(document, element, "MsgID", std::to_string(MsgID));
+    const XmlWriter::Element element = parent.AppendChild("SyncHdr");
+    element.AppendTextElement("VerDTD", VerDTD);
+    element.AppendTextElement("VerProto", VerProto);
+    element.AppendTextElement("SessionID", SessionID);
+    element.AppendTextElement("MsgID", std::to_string(MsgID));
     // The locations report their own failures; the header is made all the
     // same.
-    Source.CreateXMLSource(document, element, "Source");
-    Target.CreateXMLSource(document, element, "Target");
+    Source.CreateXMLSource(element, "Source");
+    Target.CreateXMLSource(element, "Target");
     return true;
   } catch (...) {
     ReportCurrentError(kModule, "CreateXMLSource", "");
@@ -61,18 +56,18 @@ bool clZVSyncHdr::CreateXMLSource(XmlDocument& document, XmlElement& parent) con
 
 // --- clZVCustomer -----------------------------------------------------------
 
-bool clZVCustomer::CreateXMLSource(XmlDocument& document, XmlElement& parent) const {
+bool clZVCustomer::CreateXMLSource(XmlWriter::Element parent) const {
   try {
-    XmlElement& element = AppendElement(document, parent, "Customer");
-    AppendTextElement(document, element, "Title", Title);
-    AppendTextElement(document, element, "FirstName", FirstName);
-    AppendTextElement(document, element, "LastName", LastName);
-    AppendTextElement(document, element, "DateOfBirth", DateOfBirth);
-    AppendTextElement(document, element, "Address", Address);
-    AppendTextElement(document, element, "PostalCode", PostalCode);
-    AppendTextElement(document, element, "City", City);
-    AppendTextElement(document, element, "Phone", Phone);
-    AppendTextElement(document, element, "Email", Email);
+    const XmlWriter::Element element = parent.AppendChild("Customer");
+    element.AppendTextElement("Title", Title);
+    element.AppendTextElement("FirstName", FirstName);
+    element.AppendTextElement("LastName", LastName);
+    element.AppendTextElement("DateOfBirth", DateOfBirth);
+    element.AppendTextElement("Address", Address);
+    element.AppendTextElement("PostalCode", PostalCode);
+    element.AppendTextElement("City", City);
+    element.AppendTextElement("Phone", Phone);
+    element.AppendTextElement("Email", Email);
     return true;
   } catch (...) {
     ReportCurrentError(kModule, "CreateXMLSource", "");
@@ -110,31 +105,31 @@ std::shared_ptr<clZVTermin> clZVTermin::Copy() const {
   return copy;
 }
 
-bool clZVTermin::CreateXMLSource(XmlDocument& document, XmlElement& parent) const {
+bool clZVTermin::CreateXMLSource(XmlWriter::Element parent) const {
   try {
-    XmlElement& element = AppendElement(document, parent, "VEvent");
-    AppendTextElement(document, element, "Source", Source);
-    if (!Target.empty()) AppendTextElement(document, element, "Target", Target);
+    const XmlWriter::Element element = parent.AppendChild("VEvent");
+    element.AppendTextElement("Source", Source);
+    if (!Target.empty()) element.AppendTextElement("Target", Target);
     if (!OnlyStatusChanged) {
-      AppendTextElement(document, element, "DTStart", dt_start_);
-      AppendTextElement(document, element, "DTEnd", dt_end_);
-      AppendTextElement(document, element, "Comment", Comment);
-      AppendTextElement(document, element, "Block", Block ? "true" : "false");
+      element.AppendTextElement("DTStart", dt_start_);
+      element.AppendTextElement("DTEnd", dt_end_);
+      element.AppendTextElement("Comment", Comment);
+      element.AppendTextElement("Block", Block ? "true" : "false");
     }
-    if (!Status.empty()) AppendTextElement(document, element, "Status", Status);
+    if (!Status.empty()) element.AppendTextElement("Status", Status);
     if (OnlyStatusChanged) return true;
 
     // A failing sub-item is told about, and the others are still written.
     bool all_written = true;
-    if (!Calendar.CreateXMLSource(document, element, "Calendar")) {
+    if (!Calendar.CreateXMLSource(element, "Calendar")) {
       ReportLine("CreateXMLSource fehlgeschlagen für SubItem 'Calendar'.");
       all_written = false;
     }
-    if (!Customer.CreateXMLSource(document, element)) {
+    if (!Customer.CreateXMLSource(element)) {
       ReportLine("CreateXMLSource fehlgeschlagen für SubItem 'Customer'.");
       all_written = false;
     }
-    if (!Attributes.CreateXMLSource(document, element)) {
+    if (!Attributes.CreateXMLSource(element)) {
       // The attribute list has always been announced with the customer's text.
       ReportLine("CreateXMLSource fehlgeschlagen für SubItem 'Customer'.");
       all_written = false;
@@ -148,11 +143,11 @@ bool clZVTermin::CreateXMLSource(XmlDocument& document, XmlElement& parent) cons
 
 // --- clZVTerminKey ----------------------------------------------------------
 
-bool clZVTerminKey::CreateXMLSource(XmlDocument& document, XmlElement& parent) const {
+bool clZVTerminKey::CreateXMLSource(XmlWriter::Element parent) const {
   try {
-    XmlElement& element = AppendElement(document, parent, "VEvent");
-    AppendTextElement(document, element, "Source", TerminKeySource);
-    AppendTextElement(document, element, "Target", TerminKeyTarget);
+    const XmlWriter::Element element = parent.AppendChild("VEvent");
+    element.AppendTextElement("Source", TerminKeySource);
+    element.AppendTextElement("Target", TerminKeyTarget);
     return true;
   } catch (...) {
     ReportCurrentError(kModule, "CreateXMLSource", "");

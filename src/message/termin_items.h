@@ -12,7 +12,7 @@
 #include <string_view>
 
 #include "message/calendar_items.h"
-#include "message/xml_element.h"
+#include "message/xml_writer.h"
 #include "util/date_time.h"
 
 namespace kdzv {
@@ -26,7 +26,7 @@ class clZVSourceTargetItem {
   std::string locURI;
 
   // `name` with LocName and LocURI.
-  bool CreateXMLSource(XmlDocument& document, XmlElement& parent, std::string_view name) const;
+  bool CreateXMLSource(XmlWriter::Element parent, std::string_view name) const;
 };
 
 class clZVSyncHdr {
@@ -41,7 +41,7 @@ class clZVSyncHdr {
   clZVSourceTargetItem Source;
 
   // "SyncHdr" with VerDTD, VerProto, SessionID, MsgID, Source and Target.
-  bool CreateXMLSource(XmlDocument& document, XmlElement& parent) const;
+  bool CreateXMLSource(XmlWriter::Element parent) const;
 };
 
 // The person who booked an appointment. DateOfBirth is the text the service
@@ -61,7 +61,7 @@ class clZVCustomer {
   std::string Email;
 
   // "Customer" with all nine fields, empty ones included.
-  bool CreateXMLSource(XmlDocument& document, XmlElement& parent) const;
+  bool CreateXMLSource(XmlWriter::Element parent) const;
 };
 
 // One appointment, written as "VEvent".
@@ -98,7 +98,7 @@ class clZVTermin {
   std::shared_ptr<clZVTermin> Copy() const;
 
   // "VEvent"; a failing sub-item is reported and the rest still written.
-  bool CreateXMLSource(XmlDocument& document, XmlElement& parent) const;
+  bool CreateXMLSource(XmlWriter::Element parent) const;
 
  private:
   std::string dt_start_;
@@ -116,7 +116,7 @@ class clZVTerminKey {
   std::string TerminKeyTarget;
 
   // "VEvent" with Source and Target.
-  bool CreateXMLSource(XmlDocument& document, XmlElement& parent) const;
+  bool CreateXMLSource(XmlWriter::Element parent) const;
 };
 
 }  // namespace kdzv

@@ -513,72 +513,52 @@ class MessageBlocks {
   std::vector<std::string> blocks_;
 };
 
-// Where the commands of a message being written go once each is complete:
-// serialised and transliterated onto the end of the message's text.
-class TextOfCommands : public XmlChildStream {
- public:
-  explicit TextOfCommands(MessageBlocks& text) : text_(text) {}
-  void Take(XmlElement child) override {
-    if (!any_) text_.AppendVerbatim("<SyncBody>");
-    any_ = true;
-    markup_.clear();
-    AppendXml(markup_, child);
-    text_.Append(markup_);
-  }
-  // Whether a command was taken.
-  bool Any() const { return any_; }
-
- private:
-  MessageBlocks& text_;
-  std::string markup_;  // one command's markup; its room is used again
-  bool any_ = false;
-};
-
 }  // namespace
 
 // The text is the one ComposeMessageText makes of the whole document, made
-// one command at a time: the body hands each command, once complete, to the
-// text and lets go of its elements.
+// one command at a time: the writer hands each command of the body, once
+// complete, to the text and forgets it.
 bool clZVUpDownFile::CreateUpFile(std::string_view path) {
   try {
-    std::unique_ptr<XmlDocument> owned =
-        document_factory_ ? document_factory_() : std::make_unique<XmlDocument>();
-    XmlDocument& document = *owned;
-    XmlElement& root = document.SetDocumentElement(document.CreateElement("SyncML"));
-    if (!SyncHdr().CreateXMLSource(document, root)) {
+    std::unique_ptr<XmlWriter> owned =
+        writer_factory_ ? writer_factory_() : std::make_unique<XmlWriter>();
+    XmlWriter& writer = *owned;
+    // The root's start tag, with its namespace, is the message's own.
+    const XmlWriter::Element root = writer.Outside();
+    if (!SyncHdr().CreateXMLSource(root)) {
       ReportLine("XML-Daten für Knoten 'SyncHdr' konnten nicht erstellt werden.");
       return false;
     }
     MessageBlocks text;
     text.AppendVerbatim(MessageTextStart(service_host_));
-    std::string headers;
-    for (const XmlElement& header : root.Children()) AppendXml(headers, header);
-    text.Append(headers);
-    XmlElement& body = root.AppendChild(document.CreateElement("SyncBody"));
-    NumberCommands();
-    TextOfCommands commands(text);
-    body.StreamChildren(commands);
+    writer.CloseAll();
+    text.Append(writer.Markup());
+    writer.ForgetMarkup();
     // The body's start tag goes in with the first command; a body without
     // commands is an empty element.
+    const XmlWriter::Element body = root.AppendChild("SyncBody");
+    NumberCommands();
+    writer.HandOnChildren(body, [&text](std::string_view command) { text.Append(command); });
 
     // A collection that fails has told about it; the file is still written.
     // The status and alert collections hand back their text instead, which
     // goes to the log.
-    const std::string status_error = StatusCol().CreateXMLSource(document, body);
+    const std::string status_error = StatusCol().CreateXMLSource(body);
     if (!status_error.empty()) LogLine(status_error);
-    AddTerminCol().CreateXMLSource(document, body);
-    DeleteTerminCol().CreateXMLSource(document, body);
-    MapTerminCol().CreateXMLSource(document, body);
-    ReplaceTerminCol().CreateXMLSource(document, body);
-    MapCalendarCol().CreateXMLSource(document, body);
-    AddAttributesCol().CreateXMLSource(document, body);
-    ReplaceOpeningTimeCol().CreateXMLSource(document, body);
-    const std::string alert_error = AlertCol().CreateXMLSource(document, body);
+    AddTerminCol().CreateXMLSource(body);
+    DeleteTerminCol().CreateXMLSource(body);
+    MapTerminCol().CreateXMLSource(body);
+    ReplaceTerminCol().CreateXMLSource(body);
+    MapCalendarCol().CreateXMLSource(body);
+    AddAttributesCol().CreateXMLSource(body);
+    ReplaceOpeningTimeCol().CreateXMLSource(body);
+    const std::string alert_error = AlertCol().CreateXMLSource(body);
     if (!alert_error.empty()) LogLine(alert_error);
-    body.FlushChildren();
+    writer.CloseAll();
+    text.Append(writer.Markup());
     owned.reset();
 
-    text.AppendVerbatim(commands.Any() ? "</SyncBody></SyncML>\r\n" : "<SyncBody/></SyncML>\r\n");
+    text.AppendVerbatim("</SyncML>\r\n");
     const std::vector<std::string_view> parts = text.Parts();
     file_system_.WriteTextFileParts(path, parts);
     return true;

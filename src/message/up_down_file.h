@@ -20,8 +20,8 @@
 #include "message/status_items.h"
 #include "message/termin_collections.h"
 #include "message/termin_items.h"
-#include "message/xml_element.h"
 #include "message/xml_parser.h"
+#include "message/xml_writer.h"
 
 namespace kdzv {
 
@@ -64,10 +64,10 @@ class clZVUpDownFile {
   clZVAlertCol& AlertCol();
   clZVSessionInfo& SessionInfo();
 
-  // The documents the writer builds its messages in; plain XmlDocuments
-  // unless another factory is set (a test makes element creation fail).
-  using DocumentFactory = std::function<std::unique_ptr<XmlDocument>()>;
-  void SetDocumentFactory(DocumentFactory factory) { document_factory_ = std::move(factory); }
+  // The writers that write the messages; plain XmlWriters unless another
+  // factory is set (a test makes the making of one element fail).
+  using WriterFactory = std::function<std::unique_ptr<XmlWriter>()>;
+  void SetWriterFactory(WriterFactory factory) { writer_factory_ = std::move(factory); }
 
   // Releases the added attributes, which AnalyzeDownFile keeps on purpose.
   void ReleaseAddAttributesCol() { add_attributes_.reset(); }
@@ -95,7 +95,7 @@ class clZVUpDownFile {
   XmlParser& parser_;
   FileSystem& file_system_;
   std::string service_host_;
-  DocumentFactory document_factory_;
+  WriterFactory writer_factory_;
 
   std::string file_name_;
   bool opening_time_requested_ = false;

@@ -3,28 +3,13 @@
 #include <utility>
 #include <vector>
 
+#include "message/xml_writer.h"
+
 namespace kdzv {
 
 namespace {
 
 bool IsXmlSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
-
-void AppendEscaped(std::string& out, std::string_view text) {
-  size_t start = 0;
-  for (size_t i = 0; i < text.size(); ++i) {
-    const char* replacement = nullptr;
-    switch (text[i]) {
-      case '&': replacement = "&amp;"; break;
-      case '<': replacement = "&lt;"; break;
-      case '>': replacement = "&gt;"; break;
-      default: continue;
-    }
-    out.append(text.substr(start, i - start));
-    out.append(replacement);
-    start = i + 1;
-  }
-  out.append(text.substr(start));
-}
 
 void Serialize(const XmlElement& element, std::string& out) {
   out.push_back('<');
@@ -34,7 +19,7 @@ void Serialize(const XmlElement& element, std::string& out) {
     return;
   }
   out.push_back('>');
-  element.ForEachContent([&out](std::string_view text) { AppendEscaped(out, text); },
+  element.ForEachContent([&out](std::string_view text) { AppendEscapedXmlText(out, text); },
                          [&out](const XmlElement& child) { Serialize(child, out); });
   out.append("</");
   out.append(element.Name());
@@ -102,34 +87,11 @@ XmlElement::ChildList& XmlElement::Children() {
   return *children_;
 }
 
-void XmlElement::StreamChildren(XmlChildStream& stream) { Children().stream = &stream; }
-
-void XmlElement::FlushChildren() {
-  if (!children_ || children_->stream == nullptr) return;
-  for (XmlElement& child : *children_) children_->stream->Take(std::move(child));
-  children_->clear();
-}
-
 XmlElement& XmlElement::AppendChild(XmlElement child) {
   child.text_offset_ = text_.size();
-  FlushChildren();
   ChildList& children = Children();
   children.push_back(std::move(child));
   return children.back();
-}
-
-XmlElement XmlDocument::CreateElement(std::string_view name) { return XmlElement(std::string(name)); }
-
-XmlElement& XmlDocument::SetDocumentElement(XmlElement root) {
-  root_ = std::move(root);
-  return root_;
-}
-
-XmlElement& AppendTextElement(XmlDocument& document, XmlElement& parent, std::string_view name,
-                              std::string text) {
-  XmlElement child = document.CreateElement(name);
-  child.SetText(std::move(text));
-  return parent.AppendChild(std::move(child));
 }
 
 std::string SerializeXml(const XmlElement& element) {
@@ -137,7 +99,5 @@ std::string SerializeXml(const XmlElement& element) {
   Serialize(element, out);
   return out;
 }
-
-void AppendXml(std::string& out, const XmlElement& element) { Serialize(element, out); }
 
 }  // namespace kdzv

@@ -1,7 +1,7 @@
-// The element tree of a message: what the message reader walks and what the
-// message items build for the writer. Only elements and their character data
-// are kept; comments, processing instructions and attributes are not part of
-// a message.
+// The element tree of a whole document, for the callers that want one (the
+// agent, tests, tools). Only elements and their character data are kept;
+// comments, processing instructions and attributes are not part of a
+// message.
 //
 // A parsed element keeps its character data and, for every child element,
 // the point in that data at which the child stood, so Text() gives all
@@ -19,25 +19,12 @@
 
 namespace kdzv {
 
-class XmlElement;
-
-// Takes the children of a streamed element (see XmlElement::StreamChildren)
-// once they are complete.
-class XmlChildStream {
- public:
-  virtual ~XmlChildStream() = default;
-  virtual void Take(XmlElement child) = 0;
-};
-
 class XmlElement {
  public:
   // The children of an element: a list that grows in small blocks (never by
   // moving everything into a buffer of twice the size) and keeps every
-  // element where it was put; for a streamed element, where its children
-  // go once complete.
-  struct ChildList : std::deque<XmlElement> {
-    XmlChildStream* stream = nullptr;
-  };
+  // element where it was put.
+  using ChildList = std::deque<XmlElement>;
 
   XmlElement() = default;
   explicit XmlElement(std::string name) : name_(std::move(name)) {}
@@ -66,15 +53,6 @@ class XmlElement {
   // Appends `child` after the existing children and returns the stored
   // element, which stays where it is while more children are appended.
   XmlElement& AppendChild(XmlElement child);
-
-  // From now on, appending a child first hands every child appended before
-  // it to `stream` (they are complete: children are filled in document
-  // order) and lets go of it. A message being written thus holds one
-  // command's elements at a time. References to earlier children become
-  // invalid when the next child is appended.
-  void StreamChildren(XmlChildStream& stream);
-  // Hands the children still held to the stream.
-  void FlushChildren();
 
   // The children in document order (an empty list for an element without).
   const ChildList& Children() const;
@@ -111,36 +89,10 @@ class XmlElement {
   size_t text_offset_ = 0;
 };
 
-// Creates the elements of a message being written. Creating an element can
-// fail (raise kdzv::Error) like any call into a document library; a test
-// document uses that to make one element fail.
-class XmlDocument {
- public:
-  virtual ~XmlDocument() = default;
-
-  virtual XmlElement CreateElement(std::string_view name);
-
-  // The root element; empty name until SetDocumentElement.
-  XmlElement& DocumentElement() { return root_; }
-  const XmlElement& DocumentElement() const { return root_; }
-  XmlElement& SetDocumentElement(XmlElement root);
-
- private:
-  XmlElement root_;
-};
-
-// Appends to `parent` an element `name` (created by `document`) holding
-// `text` and returns it.
-XmlElement& AppendTextElement(XmlDocument& document, XmlElement& parent, std::string_view name,
-                              std::string text);
-
 // One line of markup for `element` and everything below it: no prolog, no
 // indentation, no line breaks added; an element without content written as
 // <Name/>; "&", "<" and ">" in character data escaped.
 std::string SerializeXml(const XmlElement& element);
-
-// The same markup, appended to `out`.
-void AppendXml(std::string& out, const XmlElement& element);
 
 }  // namespace kdzv
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "support/failing_document.h"
+#include "support/failing_writer.h"
 #include "support/fakes.h"
 #include "support/golden.h"
 #include "support/item_reports.h"
@@ -17,9 +17,10 @@ namespace {
 using test::BoxTexts;
 using test::ChildNames;
 using test::CountOf;
-using test::FailingDocument;
+using test::FailingWriter;
 using test::Golden;
-using test::OnlyChildXml;
+using test::WrittenInto;
+using test::WrittenXml;
 
 using Names = std::vector<std::string>;
 
@@ -47,33 +48,32 @@ TEST(AddCalendarColTest, AddWrapsACopyInACalendarItem) {
 
 TEST(AddCalendarColTest, WritesEachItemAsAdd) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement body("SyncBody");
+  XmlWriter writer;
   clZVAddCalendarCol col;
   col.Add(Calendar("HX-B1", "ZV-K1", "Dr. Wei\xC3\x9F"), 1);
-  EXPECT_TRUE(col.CreateXMLSource(document, body));
-  EXPECT_EQ(OnlyChildXml(body), Golden("items/add_calendar.xml"));
+  EXPECT_TRUE(col.CreateXMLSource(writer.Outside()));
+  EXPECT_EQ(WrittenXml(writer), Golden("items/add_calendar.xml"));
 }
 
 TEST(AddCalendarColTest, EmptyCollectionWritesNothing) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement body("SyncBody");
-  EXPECT_TRUE(clZVAddCalendarCol().CreateXMLSource(document, body));
+  XmlWriter writer;
+  EXPECT_TRUE(clZVAddCalendarCol().CreateXMLSource(writer.Outside()));
+  const XmlElement body = WrittenInto(writer, "SyncBody");
   EXPECT_TRUE(body.Children().empty());
 }
 
 TEST(AddCalendarColTest, SecondOfThreeFailingStopsWithOneMessage) {
   test::ScopedProcess scoped;
   scoped.ActivateLog();
-  FailingDocument document("Add", 2);
-  XmlElement body("SyncBody");
+  FailingWriter writer("Add", 2);
   clZVAddCalendarCol col;
   for (int32_t id = 1; id <= 3; ++id) col.Add(Calendar("s", "t", ""), id);
-  EXPECT_FALSE(col.CreateXMLSource(document, body));
+  EXPECT_FALSE(col.CreateXMLSource(writer.Outside()));
   const char* kText = "CreateXMLSource fehlgeschlagen für SubItem 'clZVAddReplaceItem'.";
   EXPECT_EQ(BoxTexts(scoped), Names{kText});
   EXPECT_EQ(CountOf(scoped.log.lines, kText), 1);
+  const XmlElement body = WrittenInto(writer, "SyncBody");
   ASSERT_EQ(body.Children().size(), 1u);
   EXPECT_EQ(body.Children()[0].Children()[0].OwnText(), "1");
 }
@@ -107,35 +107,34 @@ TEST(AddAttributesColTest, AddCopiesFieldsAndSharesTheValueObjects) {
 
 TEST(AddAttributesColTest, WritesEachItemAsMapWithItsFirstValue) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement body("SyncBody");
+  XmlWriter writer;
   clZVAddAttributesCol col;
   clZVAttributeMulti attribute;
   attribute.Values.Add("V1", "HV1", "Prophylaxe");
   attribute.Values.Add("V2", "HV2", "Bleaching");
   col.Add(attribute, 6);
-  EXPECT_TRUE(col.CreateXMLSource(document, body));
-  EXPECT_EQ(OnlyChildXml(body), Golden("items/add_attribute.xml"));
+  EXPECT_TRUE(col.CreateXMLSource(writer.Outside()));
+  EXPECT_EQ(WrittenXml(writer), Golden("items/add_attribute.xml"));
 }
 
 TEST(AddAttributesColTest, ItemWithoutValuesStopsWithoutAMessageOfItsOwn) {
   test::ScopedProcess scoped;
   scoped.ActivateLog();
-  XmlDocument document;
-  XmlElement body("SyncBody");
+  XmlWriter writer;
   clZVAddAttributesCol col;
   clZVAttributeMulti with_value;
   with_value.Values.Add("V1", "HV1", "Prophylaxe");
   col.Add(with_value, 1);
   col.Add(clZVAttributeMulti(), 2);
   col.Add(with_value, 3);
-  EXPECT_FALSE(col.CreateXMLSource(document, body));
+  EXPECT_FALSE(col.CreateXMLSource(writer.Outside()));
   const char* kNoValues =
       "XML-Daten für Subitem 'Attribut' konnten nicht erstellt werden: Attribut enth\xC3\xA4t "
       "keine Values";
   // Only the item's own text.
   EXPECT_EQ(BoxTexts(scoped), Names{kNoValues});
   EXPECT_EQ(scoped.log.lines, Names{kNoValues});
+  const XmlElement body = WrittenInto(writer, "SyncBody");
   EXPECT_EQ(ChildNames(body), (Names{"Map", "Map"}));
   EXPECT_EQ(SerializeXml(body.Children()[1]), "<Map><CmdID>2</CmdID></Map>");
 }
@@ -143,24 +142,24 @@ TEST(AddAttributesColTest, ItemWithoutValuesStopsWithoutAMessageOfItsOwn) {
 TEST(AddAttributesColTest, FailingItemIsNotToldAboutByTheCollection) {
   test::ScopedProcess scoped;
   scoped.ActivateLog();
-  FailingDocument document("Map", 2);
-  XmlElement body("SyncBody");
+  FailingWriter writer("Map", 2);
   clZVAddAttributesCol col;
   clZVAttributeMulti attribute;
   attribute.Values.Add("V1", "HV1", "Prophylaxe");
   for (int32_t id = 1; id <= 3; ++id) col.Add(attribute, id);
-  EXPECT_FALSE(col.CreateXMLSource(document, body));
+  EXPECT_FALSE(col.CreateXMLSource(writer.Outside()));
   EXPECT_TRUE(scoped.ui.boxes.empty());
   EXPECT_EQ(scoped.log.lines,
             Names{test::CreateElementErrorLine("clZVAddReplaceItem", "CreateXMLSource")});
+  const XmlElement body = WrittenInto(writer, "SyncBody");
   EXPECT_EQ(body.Children().size(), 1u);
 }
 
 TEST(AddAttributesColTest, EmptyCollectionWritesNothing) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement body("SyncBody");
-  EXPECT_TRUE(clZVAddAttributesCol().CreateXMLSource(document, body));
+  XmlWriter writer;
+  EXPECT_TRUE(clZVAddAttributesCol().CreateXMLSource(writer.Outside()));
+  const XmlElement body = WrittenInto(writer, "SyncBody");
   EXPECT_TRUE(body.Children().empty());
 }
 

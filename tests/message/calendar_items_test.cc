@@ -7,8 +7,8 @@
 #include <utility>
 #include <vector>
 
-#include "support/failing_document.h"
 #include "support/element_and_node.h"
+#include "support/failing_writer.h"
 #include "support/fakes.h"
 #include "support/golden.h"
 #include "support/item_reports.h"
@@ -20,9 +20,10 @@ using test::BoxTexts;
 using test::ChildNames;
 using test::CountOf;
 using test::CreateElementErrorLine;
-using test::FailingDocument;
+using test::FailingWriter;
 using test::Golden;
-using test::OnlyChildXml;
+using test::WrittenInto;
+using test::WrittenXml;
 
 using Names = std::vector<std::string>;
 
@@ -197,65 +198,60 @@ TEST(AttributeMultiTest, ElementWithoutChildrenLeavesTheItemUntouched) {
 
 TEST(CalendarTest, WritesTitleOnlyWhenNotEmpty) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement with("Add");
-  XmlElement without("Add");
+  XmlWriter with;
+  XmlWriter without;
   clZVCalendar calendar;
   calendar.Source = "HX-B1";
   calendar.Target = "ZV-K1";
   calendar.Title = "Dr. Wei\xC3\x9F";
-  EXPECT_TRUE(calendar.CreateXMLSource(document, with));
+  EXPECT_TRUE(calendar.CreateXMLSource(with.Outside()));
   calendar.Title.clear();
-  EXPECT_TRUE(calendar.CreateXMLSource(document, without));
-  EXPECT_EQ(OnlyChildXml(with), Golden("items/calendar_title.xml"));
-  EXPECT_EQ(OnlyChildXml(without), Golden("items/calendar_no_title.xml"));
+  EXPECT_TRUE(calendar.CreateXMLSource(without.Outside()));
+  EXPECT_EQ(WrittenXml(with), Golden("items/calendar_title.xml"));
+  EXPECT_EQ(WrittenXml(without), Golden("items/calendar_no_title.xml"));
 }
 
 TEST(CalendarKeyTest, WritesSourceAndTarget) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement parent("Map");
+  XmlWriter writer;
   clZVCalendarKey key;
   key.Source = "HX-B1";
-  EXPECT_TRUE(key.CreateXMLSource(document, parent));
-  EXPECT_EQ(OnlyChildXml(parent), Golden("items/calendar_key.xml"));
+  EXPECT_TRUE(key.CreateXMLSource(writer.Outside()));
+  EXPECT_EQ(WrittenXml(writer), Golden("items/calendar_key.xml"));
 }
 
 TEST(AttributeValueTest, WritesEmptyTitleAsEmptyElement) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement parent("Attribute");
+  XmlWriter writer;
   clZVAttributeValue value;
   value.Source = "V1";
-  EXPECT_TRUE(value.CreateXMLSource(document, parent, "Value"));
-  EXPECT_EQ(OnlyChildXml(parent), Golden("items/attribute_value.xml"));
+  EXPECT_TRUE(value.CreateXMLSource(writer.Outside(), "Value"));
+  EXPECT_EQ(WrittenXml(writer), Golden("items/attribute_value.xml"));
 }
 
 TEST(AttributeTest, WritesFieldsAndValue) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement parent("VEvent");
+  XmlWriter writer;
   clZVAttribute attribute;
   attribute.Source = "A1";
   attribute.Target = "H1";
   attribute.Value->Source = "V1";
   attribute.Value->Target = "HV1";
   attribute.Value->Title = "Prophylaxe";
-  EXPECT_TRUE(attribute.CreateXMLSource(document, parent, "Attribute"));
-  EXPECT_EQ(OnlyChildXml(parent), Golden("items/attribute.xml"));
+  EXPECT_TRUE(attribute.CreateXMLSource(writer.Outside(), "Attribute"));
+  EXPECT_EQ(WrittenXml(writer), Golden("items/attribute.xml"));
 }
 
 TEST(AttributeMultiTest, WritesSourceAndTargetOnly) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement parent("VEvent");
+  XmlWriter writer;
   clZVAttributeMulti multi;
   multi.Source = "A2";
   multi.Target = "H2";
   multi.Title = "Versicherung";
   multi.Values.Add("V9", "HV9", "Privat");
-  EXPECT_TRUE(multi.CreateXMLSource(document, parent, "Attribute"));
-  EXPECT_EQ(OnlyChildXml(parent), Golden("items/attribute_multi.xml"));
+  EXPECT_TRUE(multi.CreateXMLSource(writer.Outside(), "Attribute"));
+  EXPECT_EQ(WrittenXml(writer), Golden("items/attribute_multi.xml"));
 }
 
 TEST(AttributeValuesTest, AddTakesTheFieldsAndTheKey) {
@@ -272,22 +268,21 @@ TEST(AttributeValuesTest, AddTakesTheFieldsAndTheKey) {
 TEST(AttributeTest, FailingValueIsReported) {
   test::ScopedProcess scoped;
   scoped.ActivateLog();
-  FailingDocument document("Value");
-  XmlElement parent("VEvent");
-  EXPECT_FALSE(clZVAttribute().CreateXMLSource(document, parent, "Attribute"));
+  FailingWriter writer("Value");
+  EXPECT_FALSE(clZVAttribute().CreateXMLSource(writer.Outside(), "Attribute"));
   const char* kText = "CreateXMLSource fehlgeschlagen für SubItem 'Value'.";
   EXPECT_EQ(BoxTexts(scoped), Names{kText});
   EXPECT_EQ(scoped.log.lines,
             (Names{CreateElementErrorLine("clZVAttributeValue", "CreateXMLSource"), kText}));
+  const XmlElement parent = WrittenInto(writer, "VEvent");
   EXPECT_EQ(ChildNames(parent.Children()[0]), (Names{"Source", "Target", "Title"}));
 }
 
 TEST(AttributeTest, OwnFailureIsReportedUnderItsModule) {
   test::ScopedProcess scoped;
   scoped.ActivateLog();
-  FailingDocument document("Target");
-  XmlElement parent("VEvent");
-  EXPECT_FALSE(clZVAttribute().CreateXMLSource(document, parent, "Attribute"));
+  FailingWriter writer("Target");
+  EXPECT_FALSE(clZVAttribute().CreateXMLSource(writer.Outside(), "Attribute"));
   EXPECT_EQ(scoped.log.lines, Names{CreateElementErrorLine("clZVAttribute", "CreateXMLSource")});
   EXPECT_TRUE(scoped.ui.boxes.empty());
 }
@@ -295,12 +290,11 @@ TEST(AttributeTest, OwnFailureIsReportedUnderItsModule) {
 TEST(CalendarWritersTest, OwnFailuresAreReportedUnderTheirModules) {
   test::ScopedProcess scoped;
   scoped.ActivateLog();
-  FailingDocument document("Source");
-  XmlElement parent("P");
-  EXPECT_FALSE(clZVCalendar().CreateXMLSource(document, parent));
-  EXPECT_FALSE(clZVCalendarKey().CreateXMLSource(document, parent));
-  EXPECT_FALSE(clZVAttributeValue().CreateXMLSource(document, parent, "Value"));
-  EXPECT_FALSE(clZVAttributeMulti().CreateXMLSource(document, parent, "Attribute"));
+  FailingWriter writer("Source");
+  EXPECT_FALSE(clZVCalendar().CreateXMLSource(writer.Outside()));
+  EXPECT_FALSE(clZVCalendarKey().CreateXMLSource(writer.Outside()));
+  EXPECT_FALSE(clZVAttributeValue().CreateXMLSource(writer.Outside(), "Value"));
+  EXPECT_FALSE(clZVAttributeMulti().CreateXMLSource(writer.Outside(), "Attribute"));
   EXPECT_EQ(scoped.log.lines,
             (Names{CreateElementErrorLine("clZVCalendar", "CreateXMLSource"),
                    CreateElementErrorLine("clZVCalendarKey", "CreateXMLSource"),
@@ -311,8 +305,7 @@ TEST(CalendarWritersTest, OwnFailuresAreReportedUnderTheirModules) {
 
 TEST(AttributesTest, WritesEachAttributeAsAttribute) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement parent("VEvent");
+  XmlWriter writer;
   clZVAttributes attributes;
   auto single = std::make_shared<clZVAttribute>();
   single->Source = "A1";
@@ -325,31 +318,31 @@ TEST(AttributesTest, WritesEachAttributeAsAttribute) {
   multi->Source = "A2";
   multi->Target = "H2";
   attributes.Add(multi, "X");
-  EXPECT_TRUE(attributes.CreateXMLSource(document, parent));
-  EXPECT_EQ(SerializeXml(parent), "<VEvent>" + Golden("items/attribute.xml") +
-                                      Golden("items/attribute_multi.xml") + "</VEvent>");
+  EXPECT_TRUE(attributes.CreateXMLSource(writer.Outside()));
+  EXPECT_EQ(WrittenXml(writer),
+            Golden("items/attribute.xml") + Golden("items/attribute_multi.xml"));
 }
 
 TEST(AttributesTest, SecondOfThreeFailingStopsWithOneMessage) {
   test::ScopedProcess scoped;
   scoped.ActivateLog();
-  FailingDocument document("Attribute", 2);
-  XmlElement parent("VEvent");
+  FailingWriter writer("Attribute", 2);
   clZVAttributes attributes;
   for (int i = 0; i < 3; ++i) attributes.Add(std::make_shared<clZVAttributeMulti>());
-  EXPECT_FALSE(attributes.CreateXMLSource(document, parent));
+  EXPECT_FALSE(attributes.CreateXMLSource(writer.Outside()));
   const char* kText = "CreateXMLSource fehlgeschlagen für SubItem 'clZVAttribute'.";
   EXPECT_EQ(BoxTexts(scoped), Names{kText});
   EXPECT_EQ(CountOf(scoped.log.lines, kText), 1);
+  const XmlElement parent = WrittenInto(writer, "VEvent");
   EXPECT_EQ(ChildNames(parent), Names{"Attribute"});
-  EXPECT_EQ(document.failures, 1);
+  EXPECT_EQ(writer.failures, 1);
 }
 
 TEST(AttributesTest, EmptyCollectionWritesNothing) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement parent("VEvent");
-  EXPECT_TRUE(clZVAttributes().CreateXMLSource(document, parent));
+  XmlWriter writer;
+  EXPECT_TRUE(clZVAttributes().CreateXMLSource(writer.Outside()));
+  const XmlElement parent = WrittenInto(writer, "VEvent");
   EXPECT_TRUE(parent.Children().empty());
 }
 
@@ -366,25 +359,24 @@ TEST(MapCalendarColTest, AddTakesCommandNumberAndKeyPair) {
 
 TEST(MapCalendarColTest, WritesEachItemAsMap) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement body("SyncBody");
+  XmlWriter writer;
   clZVMapCalendarCol col;
   col.Add(8, "12", "ZV-K1");
-  EXPECT_TRUE(col.CreateXMLSource(document, body));
-  EXPECT_EQ(OnlyChildXml(body), Golden("items/map_calendar.xml"));
+  EXPECT_TRUE(col.CreateXMLSource(writer.Outside()));
+  EXPECT_EQ(WrittenXml(writer), Golden("items/map_calendar.xml"));
 }
 
 TEST(MapCalendarColTest, SecondOfThreeFailingStopsWithTheStatusText) {
   test::ScopedProcess scoped;
   scoped.ActivateLog();
-  FailingDocument document("Map", 2);
-  XmlElement body("SyncBody");
+  FailingWriter writer("Map", 2);
   clZVMapCalendarCol col;
   for (int32_t id = 1; id <= 3; ++id) col.Add(id, "h", "z");
-  EXPECT_FALSE(col.CreateXMLSource(document, body));
+  EXPECT_FALSE(col.CreateXMLSource(writer.Outside()));
   const char* kText = "CreateXMLSource fehlgeschlagen für SubItem 'clZVStatus'.";
   EXPECT_EQ(BoxTexts(scoped), Names{kText});
   EXPECT_EQ(CountOf(scoped.log.lines, kText), 1);
+  const XmlElement body = WrittenInto(writer, "SyncBody");
   ASSERT_EQ(body.Children().size(), 1u);
   EXPECT_EQ(body.Children()[0].Children()[0].OwnText(), "1");
 }
@@ -392,24 +384,22 @@ TEST(MapCalendarColTest, SecondOfThreeFailingStopsWithTheStatusText) {
 TEST(DeleteMapCalendarItemTest, FailingKeyIsReported) {
   test::ScopedProcess scoped;
   scoped.ActivateLog();
-  FailingDocument document("Calendar");
-  XmlElement body("SyncBody");
+  FailingWriter writer("Calendar");
   clZVDeleteMapCalendarItem item;
   item.CmdID = 3;
-  EXPECT_FALSE(item.CreateXMLSource(document, body, "Map"));
+  EXPECT_FALSE(item.CreateXMLSource(writer.Outside(), "Map"));
   const char* kText = "XML-Daten für Subitem 'CalendarKey' konnten nicht erstellt werden.";
   EXPECT_EQ(BoxTexts(scoped), Names{kText});
   EXPECT_EQ(scoped.log.lines,
             (Names{CreateElementErrorLine("clZVCalendarKey", "CreateXMLSource"), kText}));
-  EXPECT_EQ(OnlyChildXml(body), "<Map><CmdID>3</CmdID></Map>");
+  EXPECT_EQ(WrittenXml(writer), "<Map><CmdID>3</CmdID></Map>");
 }
 
 TEST(DeleteMapCalendarItemTest, OwnFailureIsReported) {
   test::ScopedProcess scoped;
   scoped.ActivateLog();
-  FailingDocument document("CmdID");
-  XmlElement body("SyncBody");
-  EXPECT_FALSE(clZVDeleteMapCalendarItem().CreateXMLSource(document, body, "Map"));
+  FailingWriter writer("CmdID");
+  EXPECT_FALSE(clZVDeleteMapCalendarItem().CreateXMLSource(writer.Outside(), "Map"));
   EXPECT_EQ(scoped.log.lines,
             Names{CreateElementErrorLine("clZVDeleteMapCalendarItem", "CreateXMLSource")});
   EXPECT_TRUE(scoped.ui.boxes.empty());

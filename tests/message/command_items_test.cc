@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "support/failing_document.h"
+#include "support/failing_writer.h"
 #include "support/fakes.h"
 #include "support/golden.h"
 #include "support/item_reports.h"
@@ -18,9 +18,10 @@ using test::BoxTexts;
 using test::ChildNames;
 using test::CountOf;
 using test::CreateElementErrorLine;
-using test::FailingDocument;
+using test::FailingWriter;
 using test::Golden;
-using test::OnlyChildXml;
+using test::WrittenInto;
+using test::WrittenXml;
 
 using Names = std::vector<std::string>;
 
@@ -38,8 +39,7 @@ constexpr char kKeyFailed[] = "XML-Daten für Subitem 'TerminKey' konnten nicht 
 
 TEST(AddReplaceItemTest, AppointmentAddMatchesGolden) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement body("SyncBody");
+  XmlWriter writer;
   clZVAddReplaceItem item;
   item.CmdID = 3;
   item.Termin->Source = "ZV-1";
@@ -48,16 +48,16 @@ TEST(AddReplaceItemTest, AppointmentAddMatchesGolden) {
   item.Termin->Status = "Requested";
   item.Calendar->Source = "not written";
   item.AAttribute->Source = "not written";
-  EXPECT_TRUE(item.CreateXMLSource(document, body, "Add"));
-  EXPECT_EQ(OnlyChildXml(body), Golden("items/add_termin.xml"));
+  EXPECT_TRUE(item.CreateXMLSource(writer.Outside(), "Add"));
+  EXPECT_EQ(WrittenXml(writer), Golden("items/add_termin.xml"));
 }
 
 TEST(AddReplaceItemTest, CmdIdZeroIsWrittenAsZero) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement body("SyncBody");
+  XmlWriter writer;
   clZVAddReplaceItem item;
-  ASSERT_TRUE(item.CreateXMLSource(document, body, "Replace"));
+  ASSERT_TRUE(item.CreateXMLSource(writer.Outside(), "Replace"));
+  const XmlElement body = WrittenInto(writer, "SyncBody");
   const XmlElement& element = body.Children()[0];
   EXPECT_EQ(element.Name(), "Replace");
   EXPECT_EQ(element.Children()[0].Name(), "CmdID");
@@ -67,71 +67,67 @@ TEST(AddReplaceItemTest, CmdIdZeroIsWrittenAsZero) {
 TEST(AddReplaceItemTest, AnyOtherItemTypeWritesTheAppointment) {
   test::ScopedProcess scoped;
   for (int32_t type : {0, 1, 4, -1}) {
-    XmlDocument document;
-    XmlElement body("SyncBody");
+    XmlWriter writer;
     clZVAddReplaceItem item;
     item.ItemType = type;
-    ASSERT_TRUE(item.CreateXMLSource(document, body, "Add"));
+    ASSERT_TRUE(item.CreateXMLSource(writer.Outside(), "Add"));
+    const XmlElement body = WrittenInto(writer, "SyncBody");
     EXPECT_EQ(ChildNames(body.Children()[0]), (Names{"CmdID", "VEvent"})) << type;
   }
 }
 
 TEST(AddReplaceItemTest, CalendarAddMatchesGolden) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement body("SyncBody");
+  XmlWriter writer;
   clZVAddReplaceItem item;
   item.ItemType = item_type::kCalendar;
   item.CmdID = 1;
   item.Calendar->Source = "HX-B1";
   item.Calendar->Target = "ZV-K1";
   item.Calendar->Title = "Dr. Wei\xC3\x9F";
-  EXPECT_TRUE(item.CreateXMLSource(document, body, "Add"));
-  EXPECT_EQ(OnlyChildXml(body), Golden("items/add_calendar.xml"));
+  EXPECT_TRUE(item.CreateXMLSource(writer.Outside(), "Add"));
+  EXPECT_EQ(WrittenXml(writer), Golden("items/add_calendar.xml"));
 }
 
 TEST(AddReplaceItemTest, AttributeIsWrittenAsItsFirstValue) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement body("SyncBody");
+  XmlWriter writer;
   clZVAddReplaceItem item;
   item.ItemType = item_type::kAttribute;
   item.CmdID = 6;
   item.AAttribute->Title = "Behandlungsart";
   item.AAttribute->Values.Add("V1", "HV1", "Prophylaxe");
   item.AAttribute->Values.Add("V2", "HV2", "Bleaching");
-  EXPECT_TRUE(item.CreateXMLSource(document, body, "Map"));
-  EXPECT_EQ(OnlyChildXml(body), Golden("items/add_attribute.xml"));
+  EXPECT_TRUE(item.CreateXMLSource(writer.Outside(), "Map"));
+  EXPECT_EQ(WrittenXml(writer), Golden("items/add_attribute.xml"));
 }
 
 TEST(AddReplaceItemTest, AttributeWithoutValuesWritesCmdIdAndFails) {
   test::ScopedProcess scoped;
   scoped.ActivateLog();
-  XmlDocument document;
-  XmlElement body("SyncBody");
+  XmlWriter writer;
   clZVAddReplaceItem item;
   item.ItemType = item_type::kAttribute;
   item.CmdID = 2;
-  EXPECT_FALSE(item.CreateXMLSource(document, body, "Map"));
+  EXPECT_FALSE(item.CreateXMLSource(writer.Outside(), "Map"));
   EXPECT_EQ(BoxTexts(scoped), Names{kNoValues});
   EXPECT_EQ(scoped.log.lines, Names{kNoValues});
-  EXPECT_EQ(OnlyChildXml(body), "<Map><CmdID>2</CmdID></Map>");
+  EXPECT_EQ(WrittenXml(writer), "<Map><CmdID>2</CmdID></Map>");
 }
 
 TEST(AddReplaceItemTest, FailingAttributeValueIsReported) {
   test::ScopedProcess scoped;
   scoped.ActivateLog();
-  FailingDocument document("Title");
-  XmlElement body("SyncBody");
+  FailingWriter writer("Title");
   clZVAddReplaceItem item;
   item.ItemType = item_type::kAttribute;
   item.AAttribute->Values.Add("V1", "HV1", "Prophylaxe");
-  EXPECT_FALSE(item.CreateXMLSource(document, body, "Map"));
+  EXPECT_FALSE(item.CreateXMLSource(writer.Outside(), "Map"));
   EXPECT_EQ(BoxTexts(scoped), Names{kValueFailed});
   EXPECT_EQ(scoped.log.lines,
             (Names{CreateElementErrorLine("clZVAttributeValue", "CreateXMLSource"), kValueFailed}));
   // The partial element stays.
-  EXPECT_EQ(OnlyChildXml(body),
+  EXPECT_EQ(WrittenXml(writer),
             "<Map><CmdID>0</CmdID><Attribute_Value><Source>V1</Source><Target>HV1</Target>"
             "</Attribute_Value></Map>");
 }
@@ -139,37 +135,34 @@ TEST(AddReplaceItemTest, FailingAttributeValueIsReported) {
 TEST(AddReplaceItemTest, FailingCalendarIsReportedAsAttribut) {
   test::ScopedProcess scoped;
   scoped.ActivateLog();
-  FailingDocument document("Calendar");
-  XmlElement body("SyncBody");
+  FailingWriter writer("Calendar");
   clZVAddReplaceItem item;
   item.ItemType = item_type::kCalendar;
-  EXPECT_FALSE(item.CreateXMLSource(document, body, "Add"));
+  EXPECT_FALSE(item.CreateXMLSource(writer.Outside(), "Add"));
   EXPECT_EQ(BoxTexts(scoped), Names{kCalendarFailed});
   EXPECT_EQ(CountOf(scoped.log.lines, kCalendarFailed), 1);
-  EXPECT_EQ(OnlyChildXml(body), "<Add><CmdID>0</CmdID></Add>");
+  EXPECT_EQ(WrittenXml(writer), "<Add><CmdID>0</CmdID></Add>");
 }
 
 TEST(AddReplaceItemTest, FailingAppointmentIsReported) {
   test::ScopedProcess scoped;
   scoped.ActivateLog();
-  FailingDocument document("VEvent");
-  XmlElement body("SyncBody");
+  FailingWriter writer("VEvent");
   clZVAddReplaceItem item;
   item.CmdID = 4;
-  EXPECT_FALSE(item.CreateXMLSource(document, body, "Replace"));
+  EXPECT_FALSE(item.CreateXMLSource(writer.Outside(), "Replace"));
   EXPECT_EQ(BoxTexts(scoped), Names{kTerminFailed});
   EXPECT_EQ(scoped.log.lines,
             (Names{CreateElementErrorLine("clZVTermin", "CreateXMLSource"), kTerminFailed}));
-  EXPECT_EQ(OnlyChildXml(body), "<Replace><CmdID>4</CmdID></Replace>");
+  EXPECT_EQ(WrittenXml(writer), "<Replace><CmdID>4</CmdID></Replace>");
 }
 
 TEST(AddReplaceItemTest, AppointmentWithFailingSubItemFailsTheCommand) {
   test::ScopedProcess scoped;
   scoped.ActivateLog();
-  FailingDocument document("Customer");
-  XmlElement body("SyncBody");
+  FailingWriter writer("Customer");
   clZVAddReplaceItem item;
-  EXPECT_FALSE(item.CreateXMLSource(document, body, "Add"));
+  EXPECT_FALSE(item.CreateXMLSource(writer.Outside(), "Add"));
   EXPECT_EQ(BoxTexts(scoped),
             (Names{"CreateXMLSource fehlgeschlagen für SubItem 'Customer'.", kTerminFailed}));
 }
@@ -177,13 +170,13 @@ TEST(AddReplaceItemTest, AppointmentWithFailingSubItemFailsTheCommand) {
 TEST(AddReplaceItemTest, OwnFailureIsReportedAndNothingIsAppended) {
   test::ScopedProcess scoped;
   scoped.ActivateLog();
-  FailingDocument document("Add");
-  XmlElement body("SyncBody");
+  FailingWriter writer("Add");
   clZVAddReplaceItem item;
-  EXPECT_FALSE(item.CreateXMLSource(document, body, "Add"));
+  EXPECT_FALSE(item.CreateXMLSource(writer.Outside(), "Add"));
   EXPECT_TRUE(scoped.ui.boxes.empty());
   EXPECT_EQ(scoped.log.lines,
             Names{CreateElementErrorLine("clZVAddReplaceItem", "CreateXMLSource")});
+  const XmlElement body = WrittenInto(writer, "SyncBody");
   EXPECT_TRUE(body.Children().empty());
 }
 
@@ -191,50 +184,46 @@ TEST(AddReplaceItemTest, OwnFailureIsReportedAndNothingIsAppended) {
 
 TEST(DeleteMapItemTest, DeleteMatchesGolden) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement body("SyncBody");
+  XmlWriter writer;
   clZVDeleteMapItem item;
   item.TerminKey->TerminKeySource = "ZV-1";
   item.TerminKey->TerminKeyTarget = "HX-2";
-  EXPECT_TRUE(item.CreateXMLSource(document, body, "Delete"));
-  EXPECT_EQ(OnlyChildXml(body), Golden("items/delete_item.xml"));
+  EXPECT_TRUE(item.CreateXMLSource(writer.Outside(), "Delete"));
+  EXPECT_EQ(WrittenXml(writer), Golden("items/delete_item.xml"));
 }
 
 TEST(DeleteMapItemTest, MapWithOneEmptyKeyMatchesGolden) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement body("SyncBody");
+  XmlWriter writer;
   clZVDeleteMapItem item;
   item.CmdID = 4;
   item.TerminKey->TerminKeySource = "HX-2";
-  EXPECT_TRUE(item.CreateXMLSource(document, body, "Map"));
-  EXPECT_EQ(OnlyChildXml(body), Golden("items/map_item.xml"));
+  EXPECT_TRUE(item.CreateXMLSource(writer.Outside(), "Map"));
+  EXPECT_EQ(WrittenXml(writer), Golden("items/map_item.xml"));
 }
 
 TEST(DeleteMapItemTest, FailingKeyIsReportedAndLeavesThePartialElement) {
   test::ScopedProcess scoped;
   scoped.ActivateLog();
-  FailingDocument document("VEvent");
-  XmlElement body("SyncBody");
+  FailingWriter writer("VEvent");
   clZVDeleteMapItem item;
   item.CmdID = 7;
-  EXPECT_FALSE(item.CreateXMLSource(document, body, "Delete"));
+  EXPECT_FALSE(item.CreateXMLSource(writer.Outside(), "Delete"));
   EXPECT_EQ(BoxTexts(scoped), Names{kKeyFailed});
   EXPECT_EQ(scoped.log.lines,
             (Names{CreateElementErrorLine("clZVTerminKey", "CreateXMLSource"), kKeyFailed}));
-  EXPECT_EQ(OnlyChildXml(body), "<Delete><CmdID>7</CmdID></Delete>");
+  EXPECT_EQ(WrittenXml(writer), "<Delete><CmdID>7</CmdID></Delete>");
 }
 
 TEST(DeleteMapItemTest, OwnFailureIsReported) {
   test::ScopedProcess scoped;
   scoped.ActivateLog();
-  FailingDocument document("CmdID");
-  XmlElement body("SyncBody");
-  EXPECT_FALSE(clZVDeleteMapItem().CreateXMLSource(document, body, "Map"));
+  FailingWriter writer("CmdID");
+  EXPECT_FALSE(clZVDeleteMapItem().CreateXMLSource(writer.Outside(), "Map"));
   EXPECT_TRUE(scoped.ui.boxes.empty());
   EXPECT_EQ(scoped.log.lines,
             Names{CreateElementErrorLine("clZVDeleteMapItem", "CreateXMLSource")});
-  EXPECT_EQ(OnlyChildXml(body), "<Map/>");
+  EXPECT_EQ(WrittenXml(writer), "<Map/>");
 }
 
 }  // namespace

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "support/failing_document.h"
+#include "support/failing_writer.h"
 #include "support/fakes.h"
 #include "support/golden.h"
 #include "support/item_reports.h"
@@ -18,9 +18,10 @@ using test::BoxTexts;
 using test::ChildNames;
 using test::CountOf;
 using test::CreateElementErrorLine;
-using test::FailingDocument;
+using test::FailingWriter;
 using test::Golden;
-using test::OnlyChildXml;
+using test::WrittenInto;
+using test::WrittenXml;
 
 using Names = std::vector<std::string>;
 
@@ -48,48 +49,44 @@ void FillTwoValues(clZVOpeningTime& opening_time) {
 
 TEST(OpeningTimeTest, TwoValuesWithDaysMatchGolden) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement body("SyncBody");
+  XmlWriter writer;
   clZVReplaceOpeningTimeCol col;
   const auto opening_time = col.Add(9, "P_12", "ZV-K1", "Dr. Wei\xC3\x9F", "P_12");
   FillTwoValues(*opening_time);
-  EXPECT_TRUE(col.CreateXMLSource(document, body));
-  EXPECT_EQ(OnlyChildXml(body), Golden("items/opening_time.xml"));
+  EXPECT_TRUE(col.CreateXMLSource(writer.Outside()));
+  EXPECT_EQ(WrittenXml(writer), Golden("items/opening_time.xml"));
   EXPECT_TRUE(scoped.Reports().empty());
 }
 
 TEST(OpeningTimeTest, EmptyValuesWriteOnlyTheCalendarAndEmptyTitleIsLeftOut) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement body("SyncBody");
+  XmlWriter writer;
   clZVOpeningTime opening_time;
   opening_time.Calendar->Source = "P_12";
-  EXPECT_TRUE(opening_time.CreateXMLSource(document, body, "Replace"));
-  EXPECT_EQ(OnlyChildXml(body), Golden("items/opening_time_empty.xml"));
+  EXPECT_TRUE(opening_time.CreateXMLSource(writer.Outside(), "Replace"));
+  EXPECT_EQ(WrittenXml(writer), Golden("items/opening_time_empty.xml"));
 }
 
 TEST(OpeningValueTest, ValueWithoutDaysWritesSourceTargetAndTitle) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement parent("OpeningTime");
+  XmlWriter writer;
   clZVAttribute_Value value;
   value.Source = "M_4";
   value.Title = "Bleaching";
-  EXPECT_TRUE(value.CreateXMLSource(document, parent, "Attribute_Value"));
-  EXPECT_EQ(OnlyChildXml(parent),
+  EXPECT_TRUE(value.CreateXMLSource(writer.Outside(), "Attribute_Value"));
+  EXPECT_EQ(WrittenXml(writer),
             "<Attribute_Value><Source>M_4</Source><Target/><Title>Bleaching</Title>"
             "</Attribute_Value>");
 }
 
 TEST(OpeningValueTest, DaysAreWrittenInOrderAsTheyAreHeld) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement parent("OpeningTime");
+  XmlWriter writer;
   clZVAttribute_Value value;
   value.Days->Add("b");
   value.Days->Add("a & c");
-  EXPECT_TRUE(value.CreateXMLSource(document, parent, "X"));
-  EXPECT_EQ(OnlyChildXml(parent),
+  EXPECT_TRUE(value.CreateXMLSource(writer.Outside(), "X"));
+  EXPECT_EQ(WrittenXml(writer),
             "<X><Source/><Target/><Title/><Day>b</Day><Day>a &amp; c</Day></X>");
 }
 
@@ -122,9 +119,9 @@ TEST(ReplaceOpeningTimeColTest, AddTakesCommandNumberAndCalendar) {
 
 TEST(ReplaceOpeningTimeColTest, EmptyCollectionWritesNothing) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement body("SyncBody");
-  EXPECT_TRUE(clZVReplaceOpeningTimeCol().CreateXMLSource(document, body));
+  XmlWriter writer;
+  EXPECT_TRUE(clZVReplaceOpeningTimeCol().CreateXMLSource(writer.Outside()));
+  const XmlElement body = WrittenInto(writer, "SyncBody");
   EXPECT_TRUE(body.Children().empty());
 }
 
@@ -133,14 +130,14 @@ TEST(ReplaceOpeningTimeColTest, EmptyCollectionWritesNothing) {
 TEST(OpeningTimeTest, FailingCalendarIsReportedAndTheValuesAreStillWritten) {
   test::ScopedProcess scoped;
   scoped.ActivateLog();
-  FailingDocument document("Calendar");
-  XmlElement body("SyncBody");
+  FailingWriter writer("Calendar");
   clZVOpeningTime opening_time;
   FillTwoValues(opening_time);
-  EXPECT_FALSE(opening_time.CreateXMLSource(document, body, "Replace"));
+  EXPECT_FALSE(opening_time.CreateXMLSource(writer.Outside(), "Replace"));
   EXPECT_EQ(BoxTexts(scoped), Names{kCalendarFailed});
   EXPECT_EQ(scoped.log.lines,
             (Names{CreateElementErrorLine("clZVCalendar", "CreateXMLSource"), kCalendarFailed}));
+  const XmlElement body = WrittenInto(writer, "SyncBody");
   EXPECT_EQ(ChildNames(body.Children()[0].Children()[1]),
             (Names{"Attribute_Value", "Attribute_Value"}));
 }
@@ -148,20 +145,19 @@ TEST(OpeningTimeTest, FailingCalendarIsReportedAndTheValuesAreStillWritten) {
 TEST(OpeningTimeTest, FailingValueIsToldByTheValuesAndByTheOpeningTime) {
   test::ScopedProcess scoped;
   scoped.ActivateLog();
-  FailingDocument document("Day");  // only the first value has days
-  XmlElement body("SyncBody");
+  FailingWriter writer("Day");  // only the first value has days
   clZVOpeningTime opening_time;
   opening_time.CmdID = 9;
   opening_time.Calendar->Source = "P_12";
   FillTwoValues(opening_time);
-  EXPECT_FALSE(opening_time.CreateXMLSource(document, body, "Replace"));
+  EXPECT_FALSE(opening_time.CreateXMLSource(writer.Outside(), "Replace"));
   // The value collection tells about the value and goes on with the next;
   // the opening time then tells about its values with the same text.
   EXPECT_EQ(BoxTexts(scoped), (Names{kValueFailed, kValueFailed}));
   EXPECT_EQ(scoped.log.lines,
             (Names{CreateElementErrorLine("clZVAttribute_Value", "CreateXMLSource"), kValueFailed,
                    kValueFailed}));
-  EXPECT_EQ(OnlyChildXml(body),
+  EXPECT_EQ(WrittenXml(writer),
             "<Replace><CmdID>9</CmdID><OpeningTime><Calendar><Source>P_12</Source><Target/>"
             "</Calendar><Attribute_Value><Source>M_3</Source><Target>ZV-M3</Target>"
             "<Title>Prophylaxe</Title></Attribute_Value><Attribute_Value><Source>M_4</Source>"
@@ -171,15 +167,15 @@ TEST(OpeningTimeTest, FailingValueIsToldByTheValuesAndByTheOpeningTime) {
 TEST(OpeningValuesTest, EveryFailingValueIsToldAndTheOthersAreWritten) {
   test::ScopedProcess scoped;
   scoped.ActivateLog();
-  FailingDocument document("Day");
-  XmlElement parent("OpeningTime");
+  FailingWriter writer("Day");
   clZVAttribute_Values values;
   values.Add("M_1", "", "first")->Days->Add("d");
   values.Add("M_2", "", "second");
   values.Add("M_3", "", "third")->Days->Add("d");
-  EXPECT_FALSE(values.CreateXMLSource(document, parent, "Attribute_Value"));
+  EXPECT_FALSE(values.CreateXMLSource(writer.Outside(), "Attribute_Value"));
   EXPECT_EQ(BoxTexts(scoped), (Names{kValueFailed, kValueFailed}));
   EXPECT_EQ(CountOf(scoped.log.lines, kValueFailed), 2);
+  const XmlElement parent = WrittenInto(writer, "OpeningTime");
   ASSERT_EQ(parent.Children().size(), 3u);
   EXPECT_EQ(parent.Children()[1].Children()[2].OwnText(), "second");
   EXPECT_EQ(ChildNames(parent.Children()[2]), (Names{"Source", "Target", "Title"}));
@@ -187,38 +183,37 @@ TEST(OpeningValuesTest, EveryFailingValueIsToldAndTheOthersAreWritten) {
 
 TEST(OpeningValuesTest, AllWrittenIsTrue) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement parent("OpeningTime");
+  XmlWriter writer;
   clZVAttribute_Values values;
   values.Add("M_1", "", "first");
   values.Add("M_2", "", "second");
-  EXPECT_TRUE(values.CreateXMLSource(document, parent, "Attribute_Value"));
+  EXPECT_TRUE(values.CreateXMLSource(writer.Outside(), "Attribute_Value"));
+  const XmlElement parent = WrittenInto(writer, "OpeningTime");
   EXPECT_EQ(ChildNames(parent), (Names{"Attribute_Value", "Attribute_Value"}));
 }
 
 TEST(OpeningTimeTest, OwnFailureIsReported) {
   test::ScopedProcess scoped;
   scoped.ActivateLog();
-  FailingDocument document("OpeningTime");
-  XmlElement body("SyncBody");
+  FailingWriter writer("OpeningTime");
   clZVOpeningTime opening_time;
   opening_time.CmdID = 2;
-  EXPECT_FALSE(opening_time.CreateXMLSource(document, body, "Replace"));
+  EXPECT_FALSE(opening_time.CreateXMLSource(writer.Outside(), "Replace"));
   EXPECT_TRUE(scoped.ui.boxes.empty());
   EXPECT_EQ(scoped.log.lines, Names{CreateElementErrorLine("clZVOpeningTime", "CreateXMLSource")});
-  EXPECT_EQ(OnlyChildXml(body), "<Replace><CmdID>2</CmdID></Replace>");
+  EXPECT_EQ(WrittenXml(writer), "<Replace><CmdID>2</CmdID></Replace>");
 }
 
 TEST(ReplaceOpeningTimeColTest, SecondOfThreeFailingStopsWithOneMessage) {
   test::ScopedProcess scoped;
   scoped.ActivateLog();
-  FailingDocument document("Replace", 2);
-  XmlElement body("SyncBody");
+  FailingWriter writer("Replace", 2);
   clZVReplaceOpeningTimeCol col;
   for (int32_t id = 1; id <= 3; ++id) col.Add(id, "P", "Z", "");
-  EXPECT_FALSE(col.CreateXMLSource(document, body));
+  EXPECT_FALSE(col.CreateXMLSource(writer.Outside()));
   EXPECT_EQ(BoxTexts(scoped), Names{kOpeningTimeFailed});
   EXPECT_EQ(CountOf(scoped.log.lines, kOpeningTimeFailed), 1);
+  const XmlElement body = WrittenInto(writer, "SyncBody");
   ASSERT_EQ(body.Children().size(), 1u);
   EXPECT_EQ(body.Children()[0].Children()[0].OwnText(), "1");
 }
@@ -226,13 +221,13 @@ TEST(ReplaceOpeningTimeColTest, SecondOfThreeFailingStopsWithOneMessage) {
 TEST(ReplaceOpeningTimeColTest, OpeningTimeWithFailingPartStopsTheCollection) {
   test::ScopedProcess scoped;
   scoped.ActivateLog();
-  FailingDocument document("Calendar", 1);
-  XmlElement body("SyncBody");
+  FailingWriter writer("Calendar", 1);
   clZVReplaceOpeningTimeCol col;
   col.Add(1, "P", "Z", "");
   col.Add(2, "P", "Z", "");
-  EXPECT_FALSE(col.CreateXMLSource(document, body));
+  EXPECT_FALSE(col.CreateXMLSource(writer.Outside()));
   EXPECT_EQ(BoxTexts(scoped), (Names{kCalendarFailed, kOpeningTimeFailed}));
+  const XmlElement body = WrittenInto(writer, "SyncBody");
   EXPECT_EQ(body.Children().size(), 1u);
 }
 

@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
-#include "support/failing_document.h"
 #include "support/element_and_node.h"
+#include "support/failing_writer.h"
 #include "support/fakes.h"
 #include "support/golden.h"
 #include "support/item_reports.h"
@@ -17,9 +17,10 @@ namespace {
 
 using test::ChildNames;
 using test::CreateElementErrorLine;
-using test::FailingDocument;
+using test::FailingWriter;
 using test::Golden;
-using test::OnlyChildXml;
+using test::WrittenInto;
+using test::WrittenXml;
 
 using Names = std::vector<std::string>;
 
@@ -37,36 +38,34 @@ test::ElementAndNode Element(std::string name, std::vector<std::pair<std::string
 
 TEST(StatusTest, WritesAllSixChildrenInOrder) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement body("SyncBody");
+  XmlWriter writer;
   clZVStatus status;
   status.Cmd = "Add";
   status.CmdID = "2";
   status.CmdRef = "4";
   status.MsgRef = "3";
   status.Data = "201";
-  EXPECT_EQ(status.CreateXMLSource(document, body), "");
-  EXPECT_EQ(OnlyChildXml(body), Golden("items/status.xml"));
+  EXPECT_EQ(status.CreateXMLSource(writer.Outside()), "");
+  EXPECT_EQ(WrittenXml(writer), Golden("items/status.xml"));
 }
 
 TEST(StatusTest, EmptyFieldsAreWrittenAsEmptyElements) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement body("SyncBody");
-  EXPECT_EQ(clZVStatus().CreateXMLSource(document, body), "");
-  EXPECT_EQ(OnlyChildXml(body), "<Status><Cmd/><CmdID/><CmdRef/><MsgRef/><Data/><Text/></Status>");
+  XmlWriter writer;
+  EXPECT_EQ(clZVStatus().CreateXMLSource(writer.Outside()), "");
+  EXPECT_EQ(WrittenXml(writer), "<Status><Cmd/><CmdID/><CmdRef/><MsgRef/><Data/><Text/></Status>");
 }
 
 TEST(StatusTest, FailureIsReportedReturnedAndAppendsNothing) {
   test::ScopedProcess scoped;
   scoped.ActivateLog();
-  FailingDocument document("MsgRef");
-  XmlElement body("SyncBody");
-  const std::string error = clZVStatus().CreateXMLSource(document, body);
+  FailingWriter writer("MsgRef");
+  const std::string error = clZVStatus().CreateXMLSource(writer.Outside());
   EXPECT_EQ(error, "5/Invalid procedure call or argument");
   EXPECT_EQ(scoped.log.lines,
             Names{CreateElementErrorLine("clZVStatus", "clZVStatus.CreateXMLSource")});
   EXPECT_TRUE(scoped.ui.boxes.empty());
+  const XmlElement body = WrittenInto(writer, "SyncBody");
   EXPECT_TRUE(body.Children().empty());
 }
 
@@ -141,24 +140,23 @@ TEST(StatusTest, LaterChildOverwritesEarlier) {
 
 TEST(AlertTest, WritesCmdIdDataAndText) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement body("SyncBody");
+  XmlWriter writer;
   clZVAlert alert;
   alert.CmdID = 1;
   alert.Data = kAlertSessionStart;
   alert.Text = "Session Start";
-  EXPECT_EQ(alert.CreateXMLSource(document, body), "");
-  EXPECT_EQ(OnlyChildXml(body), Golden("items/alert.xml"));
+  EXPECT_EQ(alert.CreateXMLSource(writer.Outside()), "");
+  EXPECT_EQ(WrittenXml(writer), Golden("items/alert.xml"));
 }
 
 TEST(AlertTest, FailureIsReportedReturnedAndAppendsNothing) {
   test::ScopedProcess scoped;
   scoped.ActivateLog();
-  FailingDocument document("Text");
-  XmlElement body("SyncBody");
-  EXPECT_EQ(clZVAlert().CreateXMLSource(document, body), "5/Invalid procedure call or argument");
+  FailingWriter writer("Text");
+  EXPECT_EQ(clZVAlert().CreateXMLSource(writer.Outside()), "5/Invalid procedure call or argument");
   EXPECT_EQ(scoped.log.lines,
             Names{CreateElementErrorLine("clZVAlert", "clZVAlert.CreateXMLSource")});
+  const XmlElement body = WrittenInto(writer, "SyncBody");
   EXPECT_TRUE(body.Children().empty());
 }
 
@@ -221,21 +219,21 @@ TEST(AlertColTest, AddTakesTextNumberAndCode) {
 
 TEST(StatusColTest, EmptyCollectionWritesNothingAndReturnsEmptyText) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement body("SyncBody");
-  EXPECT_EQ(clZVStatusCol().CreateXMLSource(document, body), "");
-  EXPECT_EQ(clZVAlertCol().CreateXMLSource(document, body), "");
+  XmlWriter writer;
+  EXPECT_EQ(clZVStatusCol().CreateXMLSource(writer.Outside()), "");
+  EXPECT_EQ(clZVAlertCol().CreateXMLSource(writer.Outside()), "");
+  const XmlElement body = WrittenInto(writer, "SyncBody");
   EXPECT_TRUE(body.Children().empty());
 }
 
 TEST(StatusColTest, WritesItemsInOrder) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement body("SyncBody");
+  XmlWriter writer;
   clZVStatusCol col;
   col.Add("SyncHdr", "1", "0", "1", "200", "");
   col.Add("Add", "2", "4", "1", "201", "");
-  EXPECT_EQ(col.CreateXMLSource(document, body), "");
+  EXPECT_EQ(col.CreateXMLSource(writer.Outside()), "");
+  const XmlElement body = WrittenInto(writer, "SyncBody");
   EXPECT_EQ(ChildNames(body), (Names{"Status", "Status"}));
   EXPECT_EQ(body.Children()[0].Children()[0].OwnText(), "SyncHdr");
   EXPECT_EQ(body.Children()[1].Children()[0].OwnText(), "Add");
@@ -244,15 +242,15 @@ TEST(StatusColTest, WritesItemsInOrder) {
 TEST(StatusColTest, FailingItemStopsAndReturnsTheCollectionText) {
   test::ScopedProcess scoped;
   scoped.ActivateLog();
-  FailingDocument document("Status", 2);
-  XmlElement body("SyncBody");
+  FailingWriter writer("Status", 2);
   clZVStatusCol col;
   for (int i = 1; i <= 3; ++i) col.Add("Add", std::to_string(i), "", "", "201", "");
-  EXPECT_EQ(col.CreateXMLSource(document, body),
+  EXPECT_EQ(col.CreateXMLSource(writer.Outside()),
             "CreateXMLSource fehlgeschlagen für SubItem 'clZVStatus'.");
+  const XmlElement body = WrittenInto(writer, "SyncBody");
   ASSERT_EQ(body.Children().size(), 1u);
   EXPECT_EQ(body.Children()[0].Children()[1].OwnText(), "1");
-  EXPECT_EQ(document.failures, 1);
+  EXPECT_EQ(writer.failures, 1);
   // The item's error report; the collection's text is returned, not shown.
   EXPECT_EQ(scoped.log.lines,
             Names{CreateElementErrorLine("clZVStatus", "clZVStatus.CreateXMLSource")});
@@ -262,14 +260,14 @@ TEST(StatusColTest, FailingItemStopsAndReturnsTheCollectionText) {
 TEST(AlertColTest, FailingItemStopsAndReturnsTheCollectionText) {
   test::ScopedProcess scoped;
   scoped.ActivateLog();
-  FailingDocument document("Alert", 2);
-  XmlElement body("SyncBody");
+  FailingWriter writer("Alert", 2);
   clZVAlertCol col;
   for (int32_t i = 1; i <= 3; ++i) col.Add("Session Start", i, kAlertSessionStart, "");
-  EXPECT_EQ(col.CreateXMLSource(document, body),
+  EXPECT_EQ(col.CreateXMLSource(writer.Outside()),
             "CreateXMLSource fehlgeschlagen für SubItem 'clZVAlert'.");
+  const XmlElement body = WrittenInto(writer, "SyncBody");
   ASSERT_EQ(body.Children().size(), 1u);
-  EXPECT_EQ(document.failures, 1);
+  EXPECT_EQ(writer.failures, 1);
   EXPECT_EQ(scoped.log.lines,
             Names{CreateElementErrorLine("clZVAlert", "clZVAlert.CreateXMLSource")});
 }

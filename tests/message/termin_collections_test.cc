@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "support/failing_document.h"
+#include "support/failing_writer.h"
 #include "support/fakes.h"
 #include "support/golden.h"
 #include "support/item_reports.h"
@@ -19,8 +19,10 @@ namespace {
 using test::BoxTexts;
 using test::ChildNames;
 using test::CountOf;
-using test::FailingDocument;
+using test::FailingWriter;
 using test::Golden;
+using test::WrittenInto;
+using test::WrittenXml;
 
 using Names = std::vector<std::string>;
 
@@ -196,115 +198,112 @@ TEST(TerminColTest, RemoveByPositionAndKey) {
 
 TEST(TerminColTest, EmptyCollectionsWriteNothingAndSucceed) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement body("SyncBody");
-  EXPECT_TRUE(clZVAddTerminCol().CreateXMLSource(document, body));
-  EXPECT_TRUE(clZVReplaceTerminCol().CreateXMLSource(document, body));
-  EXPECT_TRUE(clZVDeleteTerminCol().CreateXMLSource(document, body));
-  EXPECT_TRUE(clZVMapTerminCol().CreateXMLSource(document, body));
+  XmlWriter writer;
+  EXPECT_TRUE(clZVAddTerminCol().CreateXMLSource(writer.Outside()));
+  EXPECT_TRUE(clZVReplaceTerminCol().CreateXMLSource(writer.Outside()));
+  EXPECT_TRUE(clZVDeleteTerminCol().CreateXMLSource(writer.Outside()));
+  EXPECT_TRUE(clZVMapTerminCol().CreateXMLSource(writer.Outside()));
+  const XmlElement body = WrittenInto(writer, "SyncBody");
   EXPECT_TRUE(body.Children().empty());
   EXPECT_TRUE(scoped.Reports().empty());
 }
 
 TEST(DeleteTerminColTest, TwoDeletesAreTwoSiblingElements) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement body("SyncBody");
+  XmlWriter writer;
   clZVDeleteTerminCol col;
   col.Add(Key("ZV-1", "HX-1"), 1);
   col.Add(Key("ZV-2", "HX-2"), 2);
-  EXPECT_TRUE(col.CreateXMLSource(document, body));
-  EXPECT_EQ(SerializeXml(body),
-            "<SyncBody><Delete><CmdID>1</CmdID><VEvent><Source>ZV-1</Source><Target>HX-1</Target>"
+  EXPECT_TRUE(col.CreateXMLSource(writer.Outside()));
+  EXPECT_EQ(WrittenXml(writer),
+            "<Delete><CmdID>1</CmdID><VEvent><Source>ZV-1</Source><Target>HX-1</Target>"
             "</VEvent></Delete><Delete><CmdID>2</CmdID><VEvent><Source>ZV-2</Source>"
-            "<Target>HX-2</Target></VEvent></Delete></SyncBody>");
+            "<Target>HX-2</Target></VEvent></Delete>");
 }
 
 TEST(MapTerminColTest, MapWritesBothKeysEvenWhenOneIsEmpty) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement body("SyncBody");
+  XmlWriter writer;
   clZVMapTerminCol col;
   col.Add(Key("HX-2", ""), 4);
-  EXPECT_TRUE(col.CreateXMLSource(document, body));
-  EXPECT_EQ(SerializeXml(body), "<SyncBody>" + Golden("items/map_item.xml") + "</SyncBody>");
+  EXPECT_TRUE(col.CreateXMLSource(writer.Outside()));
+  EXPECT_EQ(WrittenXml(writer), Golden("items/map_item.xml"));
 }
 
 TEST(ReplaceTerminColTest, WritesEachItemAsReplace) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement body("SyncBody");
+  XmlWriter writer;
   clZVReplaceTerminCol col;
   auto termin = Termin("ZV-1");
   termin->Target = "HX-2";
   termin->Status = "Booked";
   col.Add(termin, 5, true);
-  EXPECT_TRUE(col.CreateXMLSource(document, body));
-  EXPECT_EQ(SerializeXml(body), "<SyncBody>" + Golden("items/replace_termin.xml") + "</SyncBody>");
+  EXPECT_TRUE(col.CreateXMLSource(writer.Outside()));
+  EXPECT_EQ(WrittenXml(writer), Golden("items/replace_termin.xml"));
 }
 
 TEST(AddTerminColTest, WritesEachItemAsAddInOrder) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement body("SyncBody");
+  XmlWriter writer;
   clZVAddTerminCol col;
   col.Add(*Termin("ZV-1"), 7);
   col.Add(*Termin("ZV-2"), 8);
-  EXPECT_TRUE(col.CreateXMLSource(document, body));
+  EXPECT_TRUE(col.CreateXMLSource(writer.Outside()));
+  const XmlElement body = WrittenInto(writer, "SyncBody");
   EXPECT_EQ(ChildNames(body), (Names{"Add", "Add"}));
   EXPECT_EQ(CmdIds(body), (Names{"7", "8"}));
   EXPECT_EQ(body.Children()[1].Children()[1].Children()[0].OwnText(), "ZV-2");
 }
 
-// When the second of three items fails, the first is in the document, the
+// When the second of three items fails, the first is in the message, the
 // third is not, and the collection's message comes once.
 template <class Fill>
 void ExpectStopAtSecond(const char* element, const char* message, Fill fill) {
   test::ScopedProcess scoped;
   scoped.ActivateLog();
-  FailingDocument document(element, 2);
-  XmlElement body("SyncBody");
-  EXPECT_FALSE(fill(document, body));
+  FailingWriter writer(element, 2);
+  EXPECT_FALSE(fill(writer.Outside()));
   EXPECT_EQ(BoxTexts(scoped), Names{message}) << element;
   EXPECT_EQ(CountOf(scoped.log.lines, message), 1) << element;
+  const XmlElement body = WrittenInto(writer, "SyncBody");
   EXPECT_EQ(body.Children().size(), 1u) << element;
   EXPECT_EQ(CmdIds(body), Names{"1"}) << element;
 }
 
 TEST(TerminColTest, SecondOfThreeFailingStopsWithOneMessage) {
-  ExpectStopAtSecond("Add", kAddReplaceFailed, [](XmlDocument& document, XmlElement& body) {
+  ExpectStopAtSecond("Add", kAddReplaceFailed, [](XmlWriter::Element body) {
     clZVAddTerminCol col;
     for (int32_t id = 1; id <= 3; ++id) col.Add(clZVTermin(), id);
-    return col.CreateXMLSource(document, body);
+    return col.CreateXMLSource(body);
   });
-  ExpectStopAtSecond("Replace", kAddReplaceFailed, [](XmlDocument& document, XmlElement& body) {
+  ExpectStopAtSecond("Replace", kAddReplaceFailed, [](XmlWriter::Element body) {
     clZVReplaceTerminCol col;
     for (int32_t id = 1; id <= 3; ++id) col.Add(Termin("x"), id, false);
-    return col.CreateXMLSource(document, body);
+    return col.CreateXMLSource(body);
   });
-  ExpectStopAtSecond("Delete", kDeleteMapFailed, [](XmlDocument& document, XmlElement& body) {
+  ExpectStopAtSecond("Delete", kDeleteMapFailed, [](XmlWriter::Element body) {
     clZVDeleteTerminCol col;
     for (int32_t id = 1; id <= 3; ++id) col.Add(Key("a", "b"), id);
-    return col.CreateXMLSource(document, body);
+    return col.CreateXMLSource(body);
   });
-  ExpectStopAtSecond("Map", kDeleteMapFailed, [](XmlDocument& document, XmlElement& body) {
+  ExpectStopAtSecond("Map", kDeleteMapFailed, [](XmlWriter::Element body) {
     clZVMapTerminCol col;
     for (int32_t id = 1; id <= 3; ++id) col.Add(Key("a", "b"), id);
-    return col.CreateXMLSource(document, body);
+    return col.CreateXMLSource(body);
   });
 }
 
 TEST(AddTerminColTest, FailingPayloadLeavesThePartialCommandAndStops) {
   test::ScopedProcess scoped;
   scoped.ActivateLog();
-  FailingDocument document("VEvent", 2);
-  XmlElement body("SyncBody");
+  FailingWriter writer("VEvent", 2);
   clZVAddTerminCol col;
   for (int32_t id = 1; id <= 3; ++id) col.Add(clZVTermin(), id);
-  EXPECT_FALSE(col.CreateXMLSource(document, body));
+  EXPECT_FALSE(col.CreateXMLSource(writer.Outside()));
   EXPECT_EQ(
       BoxTexts(scoped),
       (Names{"XML-Daten für Subitem 'Termin' konnten nicht erstellt werden.", kAddReplaceFailed}));
+  const XmlElement body = WrittenInto(writer, "SyncBody");
   EXPECT_EQ(CmdIds(body), (Names{"1", "2"}));
   EXPECT_EQ(ChildNames(body.Children()[1]), Names{"CmdID"});
 }

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "support/failing_document.h"
+#include "support/failing_writer.h"
 #include "support/fakes.h"
 #include "support/golden.h"
 #include "support/item_reports.h"
@@ -18,9 +18,10 @@ using test::BoxTexts;
 using test::ChildNames;
 using test::CountOf;
 using test::CreateElementErrorLine;
-using test::FailingDocument;
+using test::FailingWriter;
 using test::Golden;
-using test::OnlyChildXml;
+using test::WrittenInto;
+using test::WrittenXml;
 
 using Names = std::vector<std::string>;
 
@@ -80,8 +81,7 @@ clZVTermin FullTermin() {
 
 TEST(SyncHdrTest, FilledHeaderMatchesGolden) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement parent("SyncML");
+  XmlWriter writer;
   clZVSyncHdr header;
   header.VerDTD = "1.0";
   header.VerProto = "SyncZV/1.0";
@@ -91,25 +91,24 @@ TEST(SyncHdrTest, FilledHeaderMatchesGolden) {
   header.Source.locURI = "HX";
   header.Target.LocName = "Zentavo";
   header.Target.locURI = "ZV";
-  EXPECT_TRUE(header.CreateXMLSource(document, parent));
-  EXPECT_EQ(OnlyChildXml(parent), Golden("items/header_filled.xml"));
+  EXPECT_TRUE(header.CreateXMLSource(writer.Outside()));
+  EXPECT_EQ(WrittenXml(writer), Golden("items/header_filled.xml"));
 }
 
 TEST(SyncHdrTest, EmptyHeaderWritesEveryElement) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement parent("SyncML");
-  EXPECT_TRUE(clZVSyncHdr().CreateXMLSource(document, parent));
-  EXPECT_EQ(OnlyChildXml(parent), Golden("items/header_empty.xml"));
+  XmlWriter writer;
+  EXPECT_TRUE(clZVSyncHdr().CreateXMLSource(writer.Outside()));
+  EXPECT_EQ(WrittenXml(writer), Golden("items/header_empty.xml"));
 }
 
 TEST(SyncHdrTest, MsgIdIsPlainDecimalWithSign) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement parent("SyncML");
+  XmlWriter writer;
   clZVSyncHdr header;
   header.MsgID = -12;
-  ASSERT_TRUE(header.CreateXMLSource(document, parent));
+  ASSERT_TRUE(header.CreateXMLSource(writer.Outside()));
+  const XmlElement parent = WrittenInto(writer, "SyncML");
   EXPECT_EQ(parent.Children()[0].Children()[3].Name(), "MsgID");
   EXPECT_EQ(parent.Children()[0].Children()[3].OwnText(), "-12");
 }
@@ -117,12 +116,12 @@ TEST(SyncHdrTest, MsgIdIsPlainDecimalWithSign) {
 TEST(SyncHdrTest, FailingLocationDoesNotFailTheHeader) {
   test::ScopedProcess scoped;
   scoped.ActivateLog();
-  FailingDocument document("LocURI", 2);  // the target's
-  XmlElement parent("SyncML");
-  EXPECT_TRUE(clZVSyncHdr().CreateXMLSource(document, parent));
+  FailingWriter writer("LocURI", 2);  // the target's
+  EXPECT_TRUE(clZVSyncHdr().CreateXMLSource(writer.Outside()));
   EXPECT_EQ(scoped.log.lines,
             Names{CreateElementErrorLine("clZVSourceTargetItem", "CreateXMLSource")});
   EXPECT_TRUE(scoped.ui.boxes.empty());
+  const XmlElement parent = WrittenInto(writer, "SyncML");
   const XmlElement& header = parent.Children()[0];
   EXPECT_EQ(ChildNames(header),
             (Names{"VerDTD", "VerProto", "SessionID", "MsgID", "Source", "Target"}));
@@ -132,23 +131,23 @@ TEST(SyncHdrTest, FailingLocationDoesNotFailTheHeader) {
 TEST(SyncHdrTest, OwnFailureIsReportedAndLeavesThePartialHeader) {
   test::ScopedProcess scoped;
   scoped.ActivateLog();
-  FailingDocument document("SessionID");
-  XmlElement parent("SyncML");
-  EXPECT_FALSE(clZVSyncHdr().CreateXMLSource(document, parent));
+  FailingWriter writer("SessionID");
+  EXPECT_FALSE(clZVSyncHdr().CreateXMLSource(writer.Outside()));
   EXPECT_EQ(scoped.log.lines, Names{CreateElementErrorLine("clZVSyncHdr", "CreateXMLSource")});
+  const XmlElement parent = WrittenInto(writer, "SyncML");
   ASSERT_EQ(parent.Children().size(), 1u);
   EXPECT_EQ(ChildNames(parent.Children()[0]), (Names{"VerDTD", "VerProto"}));
 }
 
 TEST(SyncHdrTest, FailureWithoutActiveInterfaceShowsTheErrorBox) {
   test::ScopedProcess scoped;
-  FailingDocument document("SyncHdr");
-  XmlElement parent("SyncML");
-  EXPECT_FALSE(clZVSyncHdr().CreateXMLSource(document, parent));
+  FailingWriter writer("SyncHdr");
+  EXPECT_FALSE(clZVSyncHdr().CreateXMLSource(writer.Outside()));
   ASSERT_EQ(scoped.ui.boxes.size(), 1u);
   EXPECT_EQ(scoped.ui.boxes[0].text,
             "Es ist der folgende Fehler aufgetreten:\r\n5/Invalid procedure call or argument / "
             "Modul=clZVSyncHdr / Proc=CreateXMLSource / Details=");
+  const XmlElement parent = WrittenInto(writer, "SyncML");
   EXPECT_TRUE(parent.Children().empty());
 }
 
@@ -156,51 +155,48 @@ TEST(SyncHdrTest, FailureWithoutActiveInterfaceShowsTheErrorBox) {
 
 TEST(SourceTargetItemTest, WritesLocNameAndLocUriUnderTheGivenName) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement parent("SyncHdr");
+  XmlWriter writer;
   clZVSourceTargetItem item;
   item.LocName = "Praxis Dr. Wei\xC3\x9F";
   item.locURI = "HX-1";
-  EXPECT_TRUE(item.CreateXMLSource(document, parent, "Source"));
-  EXPECT_EQ(OnlyChildXml(parent), Golden("items/source_target.xml"));
+  EXPECT_TRUE(item.CreateXMLSource(writer.Outside(), "Source"));
+  EXPECT_EQ(WrittenXml(writer), Golden("items/source_target.xml"));
 }
 
 TEST(SourceTargetItemTest, OwnFailureIsReported) {
   test::ScopedProcess scoped;
   scoped.ActivateLog();
-  FailingDocument document("LocName");
-  XmlElement parent("SyncHdr");
-  EXPECT_FALSE(clZVSourceTargetItem().CreateXMLSource(document, parent, "Target"));
+  FailingWriter writer("LocName");
+  EXPECT_FALSE(clZVSourceTargetItem().CreateXMLSource(writer.Outside(), "Target"));
   EXPECT_EQ(scoped.log.lines,
             Names{CreateElementErrorLine("clZVSourceTargetItem", "CreateXMLSource")});
 }
 
 TEST(CustomerTest, FilledCustomerMatchesGolden) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement parent("VEvent");
+  XmlWriter writer;
   clZVCustomer customer;
   FillCustomer(customer);
-  EXPECT_TRUE(customer.CreateXMLSource(document, parent));
-  EXPECT_EQ(OnlyChildXml(parent), Golden("items/customer_filled.xml"));
+  EXPECT_TRUE(customer.CreateXMLSource(writer.Outside()));
+  EXPECT_EQ(WrittenXml(writer), Golden("items/customer_filled.xml"));
 }
 
 TEST(CustomerTest, AllEmptyFieldsStillYieldNineEmptyElements) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement parent("VEvent");
-  EXPECT_TRUE(clZVCustomer().CreateXMLSource(document, parent));
-  EXPECT_EQ(OnlyChildXml(parent), Golden("items/customer_empty.xml"));
+  XmlWriter writer;
+  EXPECT_TRUE(clZVCustomer().CreateXMLSource(writer.Outside()));
+  EXPECT_EQ(WrittenXml(writer), Golden("items/customer_empty.xml"));
+  const XmlElement parent = WrittenInto(writer, "VEvent");
   EXPECT_EQ(parent.Children()[0].Children().size(), 9u);
 }
 
 TEST(CustomerTest, OwnFailureIsReported) {
   test::ScopedProcess scoped;
   scoped.ActivateLog();
-  FailingDocument document("City");
-  XmlElement parent("VEvent");
-  EXPECT_FALSE(clZVCustomer().CreateXMLSource(document, parent));
+  FailingWriter writer("City");
+  EXPECT_FALSE(clZVCustomer().CreateXMLSource(writer.Outside()));
   EXPECT_EQ(scoped.log.lines, Names{CreateElementErrorLine("clZVCustomer", "CreateXMLSource")});
+  const XmlElement parent = WrittenInto(writer, "VEvent");
   EXPECT_EQ(parent.Children()[0].Children().size(), 6u);
 }
 
@@ -298,31 +294,29 @@ TEST(TerminTest, CopyIsIndependentOfLaterChanges) {
 
 TEST(TerminTest, FullAppointmentMatchesGolden) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement parent("Add");
-  EXPECT_TRUE(FullTermin().CreateXMLSource(document, parent));
-  EXPECT_EQ(OnlyChildXml(parent), Golden("items/termin_full.xml"));
+  XmlWriter writer;
+  EXPECT_TRUE(FullTermin().CreateXMLSource(writer.Outside()));
+  EXPECT_EQ(WrittenXml(writer), Golden("items/termin_full.xml"));
   EXPECT_TRUE(scoped.Reports().empty());
 }
 
 TEST(TerminTest, EmptyTargetAndStatusAreLeftOutButEmptyCommentIsWritten) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement parent("Add");
+  XmlWriter writer;
   clZVTermin termin;
   termin.Source = "ZV-1";
-  EXPECT_TRUE(termin.CreateXMLSource(document, parent));
-  EXPECT_EQ(OnlyChildXml(parent), Golden("items/termin_minimal.xml"));
+  EXPECT_TRUE(termin.CreateXMLSource(writer.Outside()));
+  EXPECT_EQ(WrittenXml(writer), Golden("items/termin_minimal.xml"));
 }
 
 TEST(TerminTest, BlockIsWrittenAsTrueOrFalseNeverEmpty) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement parent("Add");
+  XmlWriter writer;
   clZVTermin termin;
-  termin.CreateXMLSource(document, parent);
+  termin.CreateXMLSource(writer.Outside());
   termin.Block = true;
-  termin.CreateXMLSource(document, parent);
+  termin.CreateXMLSource(writer.Outside());
+  const XmlElement parent = WrittenInto(writer, "Add");
   ASSERT_EQ(parent.Children().size(), 2u);
   EXPECT_EQ(parent.Children()[0].Children()[4].Name(), "Block");
   EXPECT_EQ(parent.Children()[0].Children()[4].OwnText(), "false");
@@ -332,48 +326,47 @@ TEST(TerminTest, BlockIsWrittenAsTrueOrFalseNeverEmpty) {
 
 TEST(TerminTest, OnlyStatusChangedWritesSourceTargetAndStatusOnly) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement parent("Replace");
+  XmlWriter writer;
   clZVTermin termin = FullTermin();
   termin.Status = "x";
   termin.OnlyStatusChanged = true;
-  EXPECT_TRUE(termin.CreateXMLSource(document, parent));
-  EXPECT_EQ(OnlyChildXml(parent), Golden("items/termin_only_status.xml"));
+  EXPECT_TRUE(termin.CreateXMLSource(writer.Outside()));
+  EXPECT_EQ(WrittenXml(writer), Golden("items/termin_only_status.xml"));
 }
 
 TEST(TerminTest, OnlyStatusChangedWithoutTargetWritesSourceAndStatus) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement parent("Replace");
+  XmlWriter writer;
   clZVTermin termin;
   termin.Source = "ZV-1";
   termin.Status = "ProviderCanceled";
   termin.OnlyStatusChanged = true;
-  EXPECT_TRUE(termin.CreateXMLSource(document, parent));
+  EXPECT_TRUE(termin.CreateXMLSource(writer.Outside()));
+  const XmlElement parent = WrittenInto(writer, "Replace");
   EXPECT_EQ(ChildNames(parent.Children()[0]), (Names{"Source", "Status"}));
 }
 
 TEST(TerminTest, CommentWithMarkupCharactersIsEscaped) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement parent("Add");
+  XmlWriter writer;
   clZVTermin termin;
   termin.Source = "S";
   termin.Comment = "a < b & c > d";
   termin.Block = true;
-  EXPECT_TRUE(termin.CreateXMLSource(document, parent));
-  EXPECT_EQ(OnlyChildXml(parent), Golden("items/termin_escaped.xml"));
-  // The item stores the text; escaping is the serialiser's.
+  EXPECT_TRUE(termin.CreateXMLSource(writer.Outside()));
+  EXPECT_EQ(WrittenXml(writer), Golden("items/termin_escaped.xml"));
+  // Read back, the text is the item's own.
+  const XmlElement parent = WrittenInto(writer, "Add");
   EXPECT_EQ(parent.Children()[0].Children()[3].OwnText(), "a < b & c > d");
 }
 
 TEST(TerminTest, CancelIsNeverWritten) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement parent("Add");
+  XmlWriter writer;
   clZVTermin termin;
   termin.Cancel = true;
-  termin.CreateXMLSource(document, parent);
+  termin.CreateXMLSource(writer.Outside());
+  const XmlElement parent = WrittenInto(writer, "Add");
   for (const auto& name : ChildNames(parent.Children()[0])) EXPECT_NE(name, "Cancel");
 }
 
@@ -382,13 +375,13 @@ TEST(TerminTest, CancelIsNeverWritten) {
 TEST(TerminTest, FailingCalendarIsReportedAndTheRestIsWritten) {
   test::ScopedProcess scoped;
   scoped.ActivateLog();
-  FailingDocument document("Calendar");
-  XmlElement parent("Add");
-  EXPECT_FALSE(FullTermin().CreateXMLSource(document, parent));
+  FailingWriter writer("Calendar");
+  EXPECT_FALSE(FullTermin().CreateXMLSource(writer.Outside()));
   EXPECT_EQ(BoxTexts(scoped), Names{kCalendarFailed});
   EXPECT_EQ(
       scoped.log.lines,
       (Names{CreateElementErrorLine("clZVAttributeValue", "CreateXMLSource"), kCalendarFailed}));
+  const XmlElement parent = WrittenInto(writer, "Add");
   EXPECT_EQ(ChildNames(parent.Children()[0]),
             (Names{"Source", "Target", "DTStart", "DTEnd", "Comment", "Block", "Status", "Customer",
                    "Attribute", "Attribute"}));
@@ -397,13 +390,13 @@ TEST(TerminTest, FailingCalendarIsReportedAndTheRestIsWritten) {
 TEST(TerminTest, FailingCustomerIsReportedAndTheRestIsWritten) {
   test::ScopedProcess scoped;
   scoped.ActivateLog();
-  FailingDocument document("Customer");
-  XmlElement parent("Add");
-  EXPECT_FALSE(FullTermin().CreateXMLSource(document, parent));
+  FailingWriter writer("Customer");
+  EXPECT_FALSE(FullTermin().CreateXMLSource(writer.Outside()));
   EXPECT_EQ(BoxTexts(scoped), Names{kCustomerFailed});
   EXPECT_EQ(CountOf(scoped.log.lines, kCustomerFailed), 1);
   EXPECT_EQ(CountOf(scoped.log.lines, CreateElementErrorLine("clZVCustomer", "CreateXMLSource")),
             1);
+  const XmlElement parent = WrittenInto(writer, "Add");
   EXPECT_EQ(ChildNames(parent.Children()[0]),
             (Names{"Source", "Target", "DTStart", "DTEnd", "Comment", "Block", "Status", "Calendar",
                    "Attribute", "Attribute"}));
@@ -412,12 +405,12 @@ TEST(TerminTest, FailingCustomerIsReportedAndTheRestIsWritten) {
 TEST(TerminTest, FailingAttributesAreReportedWithTheCustomerText) {
   test::ScopedProcess scoped;
   scoped.ActivateLog();
-  FailingDocument document("Attribute", 2);
-  XmlElement parent("Add");
-  EXPECT_FALSE(FullTermin().CreateXMLSource(document, parent));
+  FailingWriter writer("Attribute", 2);
+  EXPECT_FALSE(FullTermin().CreateXMLSource(writer.Outside()));
   EXPECT_EQ(BoxTexts(scoped), (Names{kAttributeFailed, kCustomerFailed}));
   EXPECT_EQ(CountOf(scoped.log.lines, kAttributeFailed), 1);
   EXPECT_EQ(CountOf(scoped.log.lines, kCustomerFailed), 1);
+  const XmlElement parent = WrittenInto(writer, "Add");
   EXPECT_EQ(ChildNames(parent.Children()[0]),
             (Names{"Source", "Target", "DTStart", "DTEnd", "Comment", "Block", "Status", "Calendar",
                    "Customer", "Attribute"}));
@@ -426,9 +419,8 @@ TEST(TerminTest, FailingAttributesAreReportedWithTheCustomerText) {
 TEST(TerminTest, EverySubItemFailingGivesEveryMessage) {
   test::ScopedProcess scoped;
   scoped.ActivateLog();
-  FailingDocument document("Title");  // in the calendar, the customer and an attribute
-  XmlElement parent("Add");
-  EXPECT_FALSE(FullTermin().CreateXMLSource(document, parent));
+  FailingWriter writer("Title");  // in the calendar, the customer and an attribute
+  EXPECT_FALSE(FullTermin().CreateXMLSource(writer.Outside()));
   EXPECT_EQ(BoxTexts(scoped),
             (Names{kCalendarFailed, kCustomerFailed, kAttributeFailed, kCustomerFailed}));
 }
@@ -436,11 +428,11 @@ TEST(TerminTest, EverySubItemFailingGivesEveryMessage) {
 TEST(TerminTest, OwnFailureIsReportedWithoutSubItemMessages) {
   test::ScopedProcess scoped;
   scoped.ActivateLog();
-  FailingDocument document("DTStart");
-  XmlElement parent("Add");
-  EXPECT_FALSE(FullTermin().CreateXMLSource(document, parent));
+  FailingWriter writer("DTStart");
+  EXPECT_FALSE(FullTermin().CreateXMLSource(writer.Outside()));
   EXPECT_TRUE(scoped.ui.boxes.empty());
   EXPECT_EQ(scoped.log.lines, Names{CreateElementErrorLine("clZVTermin", "CreateXMLSource")});
+  const XmlElement parent = WrittenInto(writer, "Add");
   EXPECT_EQ(ChildNames(parent.Children()[0]), (Names{"Source", "Target"}));
 }
 
@@ -448,20 +440,18 @@ TEST(TerminTest, OwnFailureIsReportedWithoutSubItemMessages) {
 
 TEST(TerminKeyTest, WritesBothKeysEvenWhenEmpty) {
   test::ScopedProcess scoped;
-  XmlDocument document;
-  XmlElement parent("Delete");
+  XmlWriter writer;
   clZVTerminKey key;
   key.TerminKeySource = "ZV-9";
-  EXPECT_TRUE(key.CreateXMLSource(document, parent));
-  EXPECT_EQ(OnlyChildXml(parent), Golden("items/termin_key.xml"));
+  EXPECT_TRUE(key.CreateXMLSource(writer.Outside()));
+  EXPECT_EQ(WrittenXml(writer), Golden("items/termin_key.xml"));
 }
 
 TEST(TerminKeyTest, OwnFailureIsReported) {
   test::ScopedProcess scoped;
   scoped.ActivateLog();
-  FailingDocument document("Target");
-  XmlElement parent("Delete");
-  EXPECT_FALSE(clZVTerminKey().CreateXMLSource(document, parent));
+  FailingWriter writer("Target");
+  EXPECT_FALSE(clZVTerminKey().CreateXMLSource(writer.Outside()));
   EXPECT_EQ(scoped.log.lines, Names{CreateElementErrorLine("clZVTerminKey", "CreateXMLSource")});
 }
 

@@ -3,14 +3,16 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "message/message_text.h"
 #include "message/up_down_file.h"
 #include "platform/platform.h"
-#include "support/failing_document.h"
+#include "support/failing_writer.h"
 #include "support/fakes.h"
 #include "support/golden.h"
+#include "support/item_reports.h"
 #include "util/windows_1252.h"
 
 namespace kdzv {
@@ -143,13 +145,16 @@ TEST_F(UpDownFileWriterTest, AMessageOfSeveralMebibytesIsTheWholeDocumentsText) 
   }
   ASSERT_TRUE(file.CreateUpFile(path));
 
-  XmlDocument document;
-  XmlElement& root = document.SetDocumentElement(document.CreateElement("SyncML"));
-  ASSERT_TRUE(file.SyncHdr().CreateXMLSource(document, root));
-  XmlElement& body = root.AppendChild(document.CreateElement("SyncBody"));
-  EXPECT_EQ(file.StatusCol().CreateXMLSource(document, body), "");
-  ASSERT_TRUE(file.AddTerminCol().CreateXMLSource(document, body));
-  const std::string expected = Utf8ToWindows1252(ComposeMessageText(root, "www.zentavo.de"));
+  // The whole document, written at once and read back as a tree.
+  XmlWriter whole;
+  const XmlWriter::Element root = whole.Outside().AppendChild("SyncML");
+  ASSERT_TRUE(file.SyncHdr().CreateXMLSource(root));
+  const XmlWriter::Element body = root.AppendChild("SyncBody");
+  EXPECT_EQ(file.StatusCol().CreateXMLSource(body), "");
+  ASSERT_TRUE(file.AddTerminCol().CreateXMLSource(body));
+  const std::optional<XmlElement> tree = System().xml_parser.ParseBytes(test::WrittenXml(whole));
+  ASSERT_TRUE(tree.has_value());
+  const std::string expected = Utf8ToWindows1252(ComposeMessageText(*tree, "www.zentavo.de"));
   ASSERT_GT(expected.size(), size_t{3} << 20);
   const std::string written = Written();
   EXPECT_EQ(written.size(), expected.size());
@@ -181,7 +186,7 @@ TEST_F(UpDownFileWriterTest, TheNamespaceHostIsTheConfiguredOne) {
 }
 
 TEST_F(UpDownFileWriterTest, AFailingHeaderWritesNoFile) {
-  file.SetDocumentFactory([] { return std::make_unique<test::FailingDocument>("VerProto"); });
+  file.SetWriterFactory([] { return std::make_unique<test::FailingWriter>("VerProto"); });
   FillHeader();
   EXPECT_FALSE(file.CreateUpFile(path));
   EXPECT_TRUE(test::FolderEntries(dir.path()).empty());
@@ -195,7 +200,7 @@ TEST_F(UpDownFileWriterTest, AFailingHeaderWritesNoFile) {
 }
 
 TEST_F(UpDownFileWriterTest, AFailingCollectionIsReportedAndTheFileStillWritten) {
-  file.SetDocumentFactory([] { return std::make_unique<test::FailingDocument>("Status"); });
+  file.SetWriterFactory([] { return std::make_unique<test::FailingWriter>("Status"); });
   FillHeader();
   file.StatusCol().Add("Add", "", "4", "2", "201", "");
   file.AlertCol().Add("Session End", 0, 0, "");

@@ -1,14 +1,21 @@
 // Helpers for the tests of the message items: what was reported, and what an
-// item appended.
+// item wrote.
 #ifndef KDZV_TESTS_SUPPORT_ITEM_REPORTS_H_
 #define KDZV_TESTS_SUPPORT_ITEM_REPORTS_H_
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "message/xml_element.h"
+#include "message/xml_parser.h"
+#include "message/xml_writer.h"
+#include "platform/platform.h"
 #include "support/fakes.h"
 
 namespace kdzv::test {
@@ -26,7 +33,7 @@ inline int CountOf(const std::vector<std::string>& lines, std::string_view text)
 }
 
 // The log line of the error report for a failing element creation of
-// FailingDocument (error 5) inside `procedure` of `module`.
+// FailingWriter (error 5) inside `procedure` of `module`.
 inline std::string CreateElementErrorLine(std::string_view module, std::string_view procedure) {
   return "(MAIN) --> ERROR: 5/Invalid procedure call or argument / Modul=" + std::string(module) +
          " / Proc=" + std::string(procedure) + " / Details=";
@@ -41,11 +48,23 @@ std::vector<std::string> ChildNames(const Element& element) {
   return names;
 }
 
-// The one line of markup of the only child of `parent` (empty when it has
-// not exactly one child).
-inline std::string OnlyChildXml(const XmlElement& parent) {
-  if (parent.Children().size() != 1) return std::string();
-  return SerializeXml(parent.Children().front());
+// The markup written into `writer`, every element closed.
+inline std::string WrittenXml(XmlWriter& writer) {
+  writer.CloseAll();
+  return writer.Markup();
+}
+
+// The elements written at the top level of `writer` (every element closed),
+// read back as the children of an element `parent`.
+inline XmlElement WrittenInto(XmlWriter& writer, std::string_view parent) {
+  const std::string name(parent);
+  std::optional<XmlElement> read =
+      System().xml_parser.ParseBytes("<" + name + ">" + WrittenXml(writer) + "</" + name + ">");
+  if (!read) {
+    ADD_FAILURE() << "not well-formed: " << writer.Markup();
+    return XmlElement(name);
+  }
+  return std::move(*read);
 }
 
 }  // namespace kdzv::test
