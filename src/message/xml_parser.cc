@@ -199,7 +199,10 @@ __attribute__((target("sse2")))
 #endif
 const char* RawMessageCheck::SkipPlainBlocks(const char* p, const char* end) {
 #if !defined(__SSE2__)
-  static const bool has_sse2 = __builtin_cpu_supports("sse2");
+  static const bool has_sse2 = [] {
+    __builtin_cpu_init();  // harmless if the library's start-up has done it
+    return __builtin_cpu_supports("sse2") != 0;
+  }();
   if (!has_sse2) return p;
 #endif
   const __m128i less = _mm_set1_epi8('<');
