@@ -27,21 +27,21 @@ std::string ReportAndDescribe(std::string_view module, std::string_view procedur
 std::string clZVStatus::ReadFromXMLNode(const XmlNode& node) {
   try {
     for (const XmlNode& child : node.Children()) {
-      const LowerCase name(child.Name());
-      if (name == "cmd") {
+      const std::string_view name = child.Name();
+      if (NameIs(name, "cmd")) {
         Cmd = child.Text();
-      } else if (name == "cmdid") {
+      } else if (NameIs(name, "cmdid")) {
         CmdID = child.Text();
-      } else if (name == "cmdref") {
+      } else if (NameIs(name, "cmdref")) {
         CmdRef = child.Text();
-      } else if (name == "data") {
+      } else if (NameIs(name, "data")) {
         Data = child.Text();
-      } else if (name == "msgref") {
+      } else if (NameIs(name, "msgref")) {
         MsgRef = child.Text();
-      } else if (name == "text") {
+      } else if (NameIs(name, "text")) {
         Text = child.Text();
       } else {
-        LogLine("Unbekannter Knoten (Status): " + name.str());
+        LogLine("Unbekannter Knoten (Status): " + ToLower(name));
       }
     }
     return std::string();
@@ -72,17 +72,17 @@ std::string clZVStatus::CreateXMLSource(XmlWriter::Element parent) const {
 std::string clZVAlert::ReadFromXMLNode(const XmlNode& node) {
   try {
     for (const XmlNode& child : node.Children()) {
-      const LowerCase name(child.Name());
-      if (name == "cmdid") {
+      const std::string_view name = child.Name();
+      if (NameIs(name, "cmdid")) {
         // Numbers as the host reads them: a text that is not a number is a
         // type mismatch.
         CmdID = ToLong(child.Text());
-      } else if (name == "data") {
+      } else if (NameIs(name, "data")) {
         Data = ToLong(child.Text());
-      } else if (name == "text") {
+      } else if (NameIs(name, "text")) {
         Text = child.Text();
       } else {
-        LogLine("Unbekannter Knoten (alert): " + name.str());
+        LogLine("Unbekannter Knoten (alert): " + ToLower(name));
       }
     }
     return std::string();

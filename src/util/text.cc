@@ -49,26 +49,6 @@ bool EqualsIgnoreCase(std::string_view a, std::string_view b) {
   return ToUpper(a) == ToUpper(b);
 }
 
-LowerCase::LowerCase(std::string_view text) {
-  if (text.size() > kInline) {
-    long_ = ToLower(text);
-    view_ = long_;
-    return;
-  }
-  const size_t size = text.size();
-  for (size_t i = 0; i < size; ++i) {
-    const auto c = static_cast<unsigned char>(text[i]);
-    if (c >= 0x80) {
-      // Beyond ASCII, the one folding there is.
-      long_ = ToLower(text);
-      view_ = long_;
-      return;
-    }
-    inline_[i] = static_cast<char>(c >= 'A' && c <= 'Z' ? c | 0x20 : c);
-  }
-  view_ = std::string_view(inline_, size);
-}
-
 std::string_view Trim(std::string_view text) {
   constexpr std::string_view kBlank = " \t\r\n";
   const size_t first = text.find_first_not_of(kBlank);

@@ -44,27 +44,6 @@ inline bool NameIs(std::string_view name, LowerName lower) {
   return true;
 }
 
-// The lower-case form of `text` (as ToLower gives it), made without an
-// allocation for a text as short as an element name. Neither copied nor
-// moved: it points into itself.
-class LowerCase {
- public:
-  explicit LowerCase(std::string_view text);
-  LowerCase(const LowerCase&) = delete;
-  LowerCase& operator=(const LowerCase&) = delete;
-
-  std::string_view view() const { return view_; }
-  std::string str() const { return std::string(view_); }
-  bool operator==(std::string_view other) const { return view_ == other; }
-  operator std::string_view() const { return view_; }  // NOLINT(google-explicit-constructor)
-
- private:
-  static constexpr size_t kInline = 32;
-  char inline_[kInline];
-  std::string long_;
-  std::string_view view_;
-};
-
 // Removes leading and trailing blanks, tabs, CR and LF.
 std::string_view Trim(std::string_view text);
 

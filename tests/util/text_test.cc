@@ -28,18 +28,6 @@ TEST(TextTest, NamesThatCouldReachElsewhereAreNoPlainParts) {
 namespace kdzv {
 namespace {
 
-TEST(TextTest, LowerCaseIsToLowerForShortLongAndNonAsciiTexts) {
-  for (const std::string& text :
-       {std::string(), std::string("VEvent"), std::string("DateOfBirth"),
-        std::string(32, 'A'), std::string(33, 'B'), std::string("ÄRZTIN Müller"),
-        std::string("\xC3"), std::string("A\xFF"), std::string("MiXeD-42_<>")}) {
-    const LowerCase lower(text);
-    EXPECT_EQ(lower.view(), ToLower(text)) << text;
-    EXPECT_EQ(lower.str(), ToLower(text)) << text;
-  }
-  EXPECT_TRUE(LowerCase("CmdID") == "cmdid");
-}
-
 TEST(TextTest, NameIsAnswersAsEqualsIgnoreCase) {
   EXPECT_TRUE(NameIs("VEvent", "vevent"));
   EXPECT_TRUE(NameIs("DTSTART", "dtstart"));
