@@ -155,15 +155,18 @@ int16_t Field(const std::vector<std::string_view>& chars, size_t first, size_t l
   return ToInteger(text);
 }
 
+// The characters (first and last, counted from 1) of year, month, day, hour,
+// minute and second in "yyyymmddThhnnssZ".
+constexpr size_t kFieldSpans[6][2] = {{1, 4}, {5, 6}, {7, 8}, {10, 11}, {12, 13}, {14, 15}};
+
 // The usual case, "yyyymmddThhnnssZ" with digits where the fields are: the
 // six fields without splitting the text into characters. False for anything
 // else, which then takes the general way (the same result for these texts).
 bool DigitFields(std::string_view text, int (&fields)[6]) {
   if (text.size() != 16) return false;
-  const size_t spans[6][2] = {{0, 4}, {4, 6}, {6, 8}, {9, 11}, {11, 13}, {13, 15}};
   for (size_t i = 0; i < 6; ++i) {
     int value = 0;
-    for (size_t j = spans[i][0]; j < spans[i][1]; ++j) {
+    for (size_t j = kFieldSpans[i][0] - 1; j < kFieldSpans[i][1]; ++j) {
       if (text[j] < '0' || text[j] > '9') return false;
       value = value * 10 + (text[j] - '0');
     }
@@ -192,8 +195,7 @@ DateTime ConvertZentavoToLocalDateTime(std::string_view strDTString, TimeZoneSou
     if (!DigitFields(strDTString, fields)) {
       const std::vector<std::string_view> chars = Characters(strDTString);
       if (chars.size() != 16) return DateTime();
-      const int spans[6][2] = {{1, 4}, {5, 6}, {7, 8}, {10, 11}, {12, 13}, {14, 15}};
-      for (size_t i = 0; i < 6; ++i) fields[i] = Field(chars, spans[i][0], spans[i][1]);
+      for (size_t i = 0; i < 6; ++i) fields[i] = Field(chars, kFieldSpans[i][0], kFieldSpans[i][1]);
     }
     const DateTime date_part = DateTime::FromDate(fields[0], fields[1], fields[2]);
     const DateTime time_part = DateTime::FromTime(fields[3], fields[4], fields[5]);

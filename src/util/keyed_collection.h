@@ -46,8 +46,8 @@ class KeyedCollection {
     items_.push_back(std::move(item));
     if (folded.empty() && keys_.empty()) return items_.back();
     try {
-      // The keys are kept beside the elements from the first one on.
-      // The keys are made room for as the elements were.
+      // The keys are kept beside the elements from the first one on, with
+      // as much room as the elements have.
       if (keys_.empty()) keys_.reserve(items_.capacity());
       keys_.resize(items_.size() - 1);
       keys_.push_back(folded);
