@@ -132,7 +132,7 @@ class clZVUpDownFile::Reading : public XmlStreamSink {
  private:
   Take OpenElement(std::string_view name, size_t depth) {
     if (depth == 1) {
-      root_is_syncml_ = ToUpper(name) == "SYNCML";
+      root_is_syncml_ = NameIs(name, "syncml");
       return root_is_syncml_ ? Take::kStream : Take::kSkip;
     }
     if (depth == 2) {
@@ -531,9 +531,13 @@ bool clZVUpDownFile::CreateUpFile(std::string_view path) {
     }
     MessageBlocks text;
     text.AppendVerbatim(MessageTextStart(service_host_));
-    writer.CloseAll();
-    text.Append(writer.Markup());
-    writer.ForgetMarkup();
+    // Everything the writer still holds, closed, onto the text.
+    const auto take_markup = [&writer, &text] {
+      writer.CloseAll();
+      text.Append(writer.Markup());
+      writer.ForgetMarkup();
+    };
+    take_markup();
     // The body's start tag goes in with the first command; a body without
     // commands is an empty element.
     const XmlWriter::Element body = root.AppendChild("SyncBody");
@@ -554,8 +558,7 @@ bool clZVUpDownFile::CreateUpFile(std::string_view path) {
     ReplaceOpeningTimeCol().CreateXMLSource(body);
     const std::string alert_error = AlertCol().CreateXMLSource(body);
     if (!alert_error.empty()) LogLine(alert_error);
-    writer.CloseAll();
-    text.Append(writer.Markup());
+    take_markup();
     owned.reset();
 
     text.AppendVerbatim("</SyncML>\r\n");
