@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "message/message_text.h"
 #include "message/up_down_file.h"
@@ -211,6 +212,34 @@ TEST_F(UpDownFileWriterTest, AFailingCollectionIsReportedAndTheFileStillWritten)
             std::string::npos)
       << text;
   EXPECT_FALSE(process.log.lines.empty());
+}
+
+// The second appointment's customer fails at its phone: the file keeps that
+// customer's fields up to there, closed, and everything after it goes into
+// the appointment again, byte for byte as a tree of the same elements.
+TEST_F(UpDownFileWriterTest, AnItemThatFailsPartwayLeavesItsElementClosedInTheFile) {
+  file.SetWriterFactory([] { return std::make_unique<test::FailingWriter>("Phone", 2); });
+  FillHeader();
+  for (const char* source : {"HX-1", "HX-2"}) {
+    auto termin = Appointment(source, "Kontrolle");
+    termin->Customer.LastName = "M\xC3\xBCller";
+    termin->Customer.Phone = "0228 1";
+    auto attribute = std::make_shared<clZVAttribute>();
+    attribute->Source = "ATT-1";
+    attribute->Title = "Behandlungsart";
+    attribute->Value->Source = "V-1";
+    termin->Attributes.Add(attribute);
+    file.AddTerminCol().Add(*termin, 0);
+  }
+  ASSERT_TRUE(file.CreateUpFile(path));
+  EXPECT_EQ(Written(), test::Golden("messages/customer_fails_partway.xml"));
+  EXPECT_EQ(process.log.lines,
+            (std::vector<std::string>{
+                "(MAIN) --> ERROR: 5/Invalid procedure call or argument / Modul=clZVCustomer / "
+                "Proc=CreateXMLSource / Details=",
+                "CreateXMLSource fehlgeschlagen für SubItem 'Customer'.",
+                "XML-Daten für Subitem 'Termin' konnten nicht erstellt werden.",
+                "CreateXMLSource fehlgeschlagen für SubItem 'clZVAddReplaceItem'."}));
 }
 
 TEST_F(UpDownFileWriterTest, AFileThatCannotBeWrittenIsAnErrorReport) {
