@@ -60,8 +60,7 @@ constexpr int kFirstTableYear = 2007;
 // outside every row (winter, before 2007, after 2030) are winter time. Both
 // bounds of a row lie in its own year, so only that year's row can hold the
 // instant.
-bool IsSummerTime(const std::array<SummerTime, 24>& table, DateTime instant) {
-  const DateTime::Fields f = instant.Split();
+bool IsSummerTime(const std::array<SummerTime, 24>& table, const DateTime::Fields& f) {
   const int row = f.year - kFirstTableYear;
   if (row < 0 || row >= static_cast<int>(table.size())) return false;
   // "yyyymmddhhnnss": the year has four digits here, every other field two.
@@ -96,7 +95,7 @@ int32_t CheckedNegation(int32_t value) {
 // saving (result 0) still takes the daylight bias in summer time; only a
 // failing zone query gives no offset.
 int32_t LocalOffset(DateTime local, TimeZoneSource& zone) {
-  const bool bIstSommerzeit = IsSummerTime(kLocalTable, local);
+  const bool bIstSommerzeit = IsSummerTime(kLocalTable, local.Split());
   const ZoneInformation info = zone.GetTimeZoneInformation();
   if (info.result != 0 && info.result != 1 && info.result != 2) return 0;
   return bIstSommerzeit ? CheckedSum(info.bias, info.daylight_bias) : info.bias;
@@ -104,7 +103,8 @@ int32_t LocalOffset(DateTime local, TimeZoneSource& zone) {
 
 // Minutes to add to a UTC instant to get local time. Unlike the local
 // offset, a zone without daylight saving (result 0) gives no offset at all.
-int32_t ServiceOffset(DateTime utc, TimeZoneSource& zone) {
+// `utc` is the instant's fields.
+int32_t ServiceOffset(const DateTime::Fields& utc, TimeZoneSource& zone) {
   const bool bIstSommerzeit = IsSummerTime(kServiceTable, utc);
   const ZoneInformation info = zone.GetTimeZoneInformation();
   if (info.result != 1 && info.result != 2) return 0;
@@ -115,8 +115,9 @@ DateTime LocalToUtc(DateTime local, TimeZoneSource& zone) {
   return local.AddMinutes(LocalOffset(local, zone));
 }
 
-DateTime UtcToLocal(DateTime utc, TimeZoneSource& zone) {
-  return utc.AddMinutes(ServiceOffset(utc, zone));
+// `fields` are those of `utc`.
+DateTime UtcToLocal(DateTime utc, const DateTime::Fields& fields, TimeZoneSource& zone) {
+  return utc.AddMinutes(ServiceOffset(fields, zone));
 }
 
 // The text split into its characters as the host counts them (UTF-16 code
@@ -177,6 +178,18 @@ bool DigitFields(std::string_view text, int (&fields)[6]) {
   return static_cast<unsigned char>(text[8]) < 0x80 && static_cast<unsigned char>(text[15]) < 0x80;
 }
 
+// Whether the fields name an instant as they stand, each inside its range
+// (a year from 100 on, a day that its month has): then the instant made of
+// them splits into the very same fields.
+bool PlainFields(const int (&fields)[6]) {
+  const int year = fields[0], month = fields[1], day = fields[2];
+  if (year < 100 || month < 1 || month > 12 || day < 1) return false;
+  static constexpr int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+  const bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+  const int days = month == 2 && leap ? 29 : kDays[month - 1];
+  return day <= days && fields[3] < 24 && fields[4] < 60 && fields[5] < 60;
+}
+
 }  // namespace
 
 std::string ConvertLocalToZentavoDateTime(DateTime dLocalDate, TimeZoneSource& zone) {
@@ -192,7 +205,10 @@ std::string ConvertLocalToZentavoDateTime(DateTime dLocalDate, TimeZoneSource& z
 DateTime ConvertZentavoToLocalDateTime(std::string_view strDTString, TimeZoneSource& zone) {
   try {
     int fields[6];
-    if (!DigitFields(strDTString, fields)) {
+    bool plain = false;
+    if (DigitFields(strDTString, fields)) {
+      plain = PlainFields(fields);
+    } else {
       const std::vector<std::string_view> chars = Characters(strDTString);
       if (chars.size() != 16) return DateTime();
       for (size_t i = 0; i < 6; ++i) fields[i] = Field(chars, kFieldSpans[i][0], kFieldSpans[i][1]);
@@ -201,7 +217,11 @@ DateTime ConvertZentavoToLocalDateTime(std::string_view strDTString, TimeZoneSou
     const DateTime time_part = DateTime::FromTime(fields[3], fields[4], fields[5]);
     // The two parts are joined as plain day numbers.
     const DateTime instant = DateTime::FromSerial(date_part.serial() + time_part.serial());
-    return UtcToLocal(instant, zone);
+    // Splitting the instant gives back plain fields unchanged.
+    const DateTime::Fields utc =
+        plain ? DateTime::Fields{fields[0], fields[1], fields[2], fields[3], fields[4], fields[5]}
+              : instant.Split();
+    return UtcToLocal(instant, utc, zone);
   } catch (...) {
     ReportCurrentError(kModule, "ConvertZentavoToLocalDateTime", strDTString);
     return DateTime();

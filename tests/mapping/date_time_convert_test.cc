@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <cstdio>
 #include <limits>
 #include <string>
 #include <vector>
@@ -188,6 +189,46 @@ TEST_F(DateTimeConvertTest, FieldsRollOver) {
   EXPECT_EQ(ConvertZentavoToLocalDateTime("20240701T240000Z", zone_), At(2024, 7, 2, 2, 0, 0));
   EXPECT_EQ(ConvertZentavoToLocalDateTime("20240701T106000Z", zone_), At(2024, 7, 1, 13, 0, 0));
   EXPECT_EQ(ConvertZentavoToLocalDateTime("20240700T100000Z", zone_), At(2024, 6, 30, 12, 0, 0));
+  EXPECT_TRUE(process_.Reports().empty());
+}
+
+// A text whose fields each lie in their range is taken as it stands; the
+// same instant written with rolled-over fields is found by splitting the
+// instant. Both must agree at every second around each switch of the
+// summer-time tables, and on days of every month.
+TEST_F(DateTimeConvertTest, PlainFieldsAgreeWithTheSameInstantRolledOver) {
+  const auto text = [](int year, int month, int day, int hour, int minute, int second) {
+    char buffer[80];
+    std::snprintf(buffer, sizeof buffer, "%04d%02d%02dT%02d%02d%02dZ", year, month, day, hour,
+                  minute, second);
+    return std::string(buffer);
+  };
+  std::vector<DateTime> instants;
+  for (int year = 2006; year <= 2031; ++year) {
+    for (int month = 1; month <= 12; ++month) {
+      for (int hour : {0, 1, 2, 3, 23}) instants.push_back(At(year, month, 2, hour, 59, 59));
+      instants.push_back(At(year, month, 1).AddMinutes(-1));  // the last day of the month before
+    }
+    // Every minute of the last Sundays of March and October (and the days
+    // around them), where the tables switch.
+    for (int month : {3, 10}) {
+      const DateTime first = At(year, month, 24);
+      for (int minute = 0; minute < 9 * 24 * 60; minute += 7) {
+        instants.push_back(first.AddMinutes(minute));
+      }
+    }
+  }
+  instants.push_back(At(2024, 2, 29, 12, 0, 0));
+  instants.push_back(At(2000, 2, 29, 12, 0, 0));
+  for (const DateTime& instant : instants) {
+    const DateTime::Fields f = instant.Split();
+    const std::string plain = text(f.year, f.month, f.day, f.hour, f.minute, f.second);
+    // The day before at hour + 24 (a day of 0 rolls into the month before).
+    const std::string rolled = text(f.year, f.month, f.day - 1, f.hour + 24, f.minute, f.second);
+    SCOPED_TRACE(plain + " / " + rolled);
+    EXPECT_EQ(ConvertZentavoToLocalDateTime(plain, zone_),
+              ConvertZentavoToLocalDateTime(rolled, zone_));
+  }
   EXPECT_TRUE(process_.Reports().empty());
 }
 
