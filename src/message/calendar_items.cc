@@ -13,58 +13,129 @@ constexpr std::string_view kUnknownCalendarNode = "Unbekannter Knoten (calendar)
 // The attribute classes share the value class's text.
 constexpr std::string_view kUnknownAttributeNode = "Unbekannter Knoten (AttributeValue): ";
 
-// The fields that every calendar and attribute reader knows. Returns false
-// for a name that is none of them.
-bool ReadCommonField(std::string_view name, const XmlNode& child, std::string& source,
-                     std::string& target, std::string& title) {
-  if (NameIs(name, "source")) {
-    source = child.Text();
-  } else if (NameIs(name, "target")) {
-    target = child.Text();
-  } else if (NameIs(name, "title")) {
-    title = child.Text();
-  } else {
-    return false;
-  }
-  return true;
-}
-
 void ReportUnknown(std::string_view prefix, std::string_view name) {
   std::string text(prefix);
   text += ToLower(name);
   ReportLine(text);
 }
 
-// The reading of every calendar and attribute item: each child is one of the
-// common fields, or something `other` knows (it answers false when it does
-// not), or an unknown node reported with `prefix`. False for an element
-// without children; a run-time error is reported under `module`.
-template <class Other>
-bool ReadItem(const XmlNode& node, std::string_view module, std::string_view prefix,
-              std::string& source, std::string& target, std::string& title, Other&& other) {
+}  // namespace
+
+// --- the readers ------------------------------------------------------------
+
+void FieldsReader::BeginFields(std::string& source, std::string& target, std::string& title) {
+  fields_[0] = &source;
+  fields_[1] = &target;
+  fields_[2] = &title;
+  field_ = nullptr;
+  children_ = 0;
+  failed_ = false;
+}
+
+// A run-time error ends the reading of the item: it is reported, and the
+// rest of the element passed over.
+void FieldsReader::Fail() {
+  failed_ = true;
+  ReportCurrentError(module_, "ReadFromXMLNode", "");
+}
+
+ElementReader::Take FieldsReader::Child(std::string_view name) {
+  if (failed_) return Skip();
   try {
-    if (node.Children().empty()) return false;
-    for (const XmlNode& child : node.Children()) {
-      const std::string_view name = child.Name();
-      if (!ReadCommonField(name, child, source, target, title) && !other(name, child)) {
-        ReportUnknown(prefix, name);
-      }
+    ++children_;
+    if (NameIs(name, "source")) {
+      field_ = fields_[0];
+    } else if (NameIs(name, "target")) {
+      field_ = fields_[1];
+    } else if (NameIs(name, "title")) {
+      field_ = fields_[2];
+    } else {
+      const Take take = OtherChild(name);
+      if (take.way == Take::Way::kSkip) ReportUnknown(unknown_prefix_, name);
+      return take;
     }
-    return true;
+    return AsText();
   } catch (...) {
-    ReportCurrentError(module, "ReadFromXMLNode", "");
-    return false;
+    Fail();
+    return Skip();
   }
 }
 
-bool NoOtherField(std::string_view, const XmlNode&) { return false; }
+void FieldsReader::TextOfChild(std::string_view text) {
+  if (failed_) return;
+  try {
+    field_->assign(text);
+  } catch (...) {
+    Fail();
+  }
+}
 
-}  // namespace
+void FieldsReader::ChildRead(bool read) {
+  if (failed_) return;
+  try {
+    OtherChildRead(read);
+  } catch (...) {
+    Fail();
+  }
+}
+
+bool FieldsReader::End() { return children_ > 0 && !failed_; }
+
+CalendarReader::CalendarReader() : FieldsReader(clZVCalendar::kModule, kUnknownCalendarNode) {}
+
+AttributeValueReader::AttributeValueReader()
+    : FieldsReader(clZVAttributeValue::kModule, kUnknownAttributeNode) {}
+
+AttributeReader::AttributeReader() : FieldsReader(clZVAttribute::kModule, kUnknownAttributeNode) {}
+
+void AttributeReader::Begin(clZVAttribute& attribute) {
+  attribute_ = &attribute;
+  BeginFields(attribute.Source, attribute.Target, attribute.Title);
+}
+
+ElementReader::Take AttributeReader::OtherChild(std::string_view name) {
+  if (!NameIs(name, "value")) return Skip();
+  value_reader_.Begin(*attribute_->Value);
+  return By(value_reader_);
+}
+
+void AttributeReader::OtherChildRead(bool read) {
+  if (!read) {
+    ReportLine("clZVAttribute.ReadFromXMLNode: AttributeValue konnte nicht gelesen werden.");
+  }
+}
+
+AttributeMultiReader::AttributeMultiReader()
+    : FieldsReader(clZVAttributeMulti::kModule, kUnknownAttributeNode) {}
+
+void AttributeMultiReader::Begin(clZVAttributeMulti& attribute) {
+  attribute_ = &attribute;
+  value_.reset();
+  BeginFields(attribute.Source, attribute.Target, attribute.Title);
+}
+
+ElementReader::Take AttributeMultiReader::OtherChild(std::string_view name) {
+  if (!NameIs(name, "value")) return Skip();
+  value_ = std::make_shared<clZVAttributeValue>();
+  value_reader_.Begin(*value_);
+  return By(value_reader_);
+}
+
+void AttributeMultiReader::OtherChildRead(bool read) {
+  std::shared_ptr<clZVAttributeValue> value = std::move(value_);
+  if (read) {
+    attribute_->Values.Add(std::move(value));
+  } else {
+    ReportLine("clZVAttributeMulti.ReadFromXMLNode: AttributeValue konnte nicht gelesen werden.");
+  }
+}
 
 // --- clZVCalendar -----------------------------------------------------------
 
 bool clZVCalendar::ReadFromXMLNode(const XmlNode& node) {
-  return ReadItem(node, kModule, kUnknownCalendarNode, Source, Target, Title, NoOtherField);
+  CalendarReader reader;
+  reader.Begin(*this);
+  return ReadElement(node, reader);
 }
 
 bool clZVCalendar::CreateXMLSource(XmlWriter::Element parent) const {
@@ -97,7 +168,9 @@ bool clZVCalendarKey::CreateXMLSource(XmlWriter::Element parent) const {
 // --- clZVAttributeValue -----------------------------------------------------
 
 bool clZVAttributeValue::ReadFromXMLNode(const XmlNode& node) {
-  return ReadItem(node, kModule, kUnknownAttributeNode, Source, Target, Title, NoOtherField);
+  AttributeValueReader reader;
+  reader.Begin(*this);
+  return ReadElement(node, reader);
 }
 
 bool clZVAttributeValue::CreateXMLSource(XmlWriter::Element parent, std::string_view name) const {
@@ -127,18 +200,9 @@ std::shared_ptr<clZVAttributeValue> clZVAttributeValues::Add(std::string_view So
 // --- clZVAttribute ----------------------------------------------------------
 
 bool clZVAttribute::ReadFromXMLNode(const XmlNode& node) {
-  return ReadItem(node, kModule, kUnknownAttributeNode, Source, Target, Title,
-                  [this](std::string_view name, const XmlNode& child) {
-                    if (!NameIs(name, "value")) return false;
-                    // The attribute's one value reads every "Value" element;
-                    // a later one overwrites what an earlier one set.
-                    if (!Value->ReadFromXMLNode(child)) {
-                      ReportLine(
-                          "clZVAttribute.ReadFromXMLNode: AttributeValue konnte nicht gelesen "
-                          "werden.");
-                    }
-                    return true;
-                  });
+  AttributeReader reader;
+  reader.Begin(*this);
+  return ReadElement(node, reader);
 }
 
 bool clZVAttribute::CreateXMLSource(XmlWriter::Element parent, std::string_view name) const {
@@ -166,19 +230,9 @@ std::shared_ptr<clZVAttributeValue> clZVAttributeMulti::FirstValue() const {
 }
 
 bool clZVAttributeMulti::ReadFromXMLNode(const XmlNode& node) {
-  return ReadItem(node, kModule, kUnknownAttributeNode, Source, Target, Title,
-                  [this](std::string_view name, const XmlNode& child) {
-                    if (!NameIs(name, "value")) return false;
-                    auto value = std::make_shared<clZVAttributeValue>();
-                    if (value->ReadFromXMLNode(child)) {
-                      Values.Add(std::move(value));
-                    } else {
-                      ReportLine(
-                          "clZVAttributeMulti.ReadFromXMLNode: AttributeValue konnte nicht "
-                          "gelesen werden.");
-                    }
-                    return true;
-                  });
+  AttributeMultiReader reader;
+  reader.Begin(*this);
+  return ReadElement(node, reader);
 }
 
 bool clZVAttributeMulti::CreateXMLSource(XmlWriter::Element parent, std::string_view name) const {

@@ -14,6 +14,7 @@
 #include <string>
 #include <string_view>
 
+#include "message/element_reader.h"
 #include "message/xml_node.h"
 #include "message/xml_writer.h"
 #include "util/keyed_collection.h"
@@ -121,6 +122,86 @@ class clZVAttributes : public KeyedCollection<clZVAttributeBase> {
 
   // Each attribute as "Attribute".
   bool CreateXMLSource(XmlWriter::Element parent) const;
+};
+
+// Reads the Source, Target and Title of a calendar, an attribute or an
+// attribute value from its element, the streamed events or a built tree
+// alike. Any other child is unknown and reported with the item's prefix,
+// unless a derived reader knows it. End() is false for an element without
+// children, or after a run-time error, which is reported under the item's
+// module.
+class FieldsReader : public ElementReader {
+ public:
+  Take Child(std::string_view name) final;
+  void TextOfChild(std::string_view text) final;
+  void ChildRead(bool read) final;
+  bool End() final;
+
+ protected:
+  FieldsReader(std::string_view module, std::string_view unknown_prefix)
+      : module_(module), unknown_prefix_(unknown_prefix) {}
+  ~FieldsReader() = default;
+
+  void BeginFields(std::string& source, std::string& target, std::string& title);
+  // A child other than the three fields: how it is read; Skip() for one the
+  // reader does not know.
+  virtual Take OtherChild(std::string_view /*name*/) { return Skip(); }
+  // The child last taken by OtherChild() has ended.
+  virtual void OtherChildRead(bool /*read*/) {}
+
+ private:
+  void Fail();
+
+  std::string_view module_;
+  std::string_view unknown_prefix_;
+  std::string* fields_[3] = {};
+  std::string* field_ = nullptr;  // the field a child read as text goes to
+  size_t children_ = 0;
+  bool failed_ = false;
+};
+
+class CalendarReader final : public FieldsReader {
+ public:
+  CalendarReader();
+  void Begin(clZVCalendar& calendar) {
+    BeginFields(calendar.Source, calendar.Target, calendar.Title);
+  }
+};
+
+class AttributeValueReader final : public FieldsReader {
+ public:
+  AttributeValueReader();
+  void Begin(clZVAttributeValue& value) { BeginFields(value.Source, value.Target, value.Title); }
+};
+
+// An attribute with one value: every "Value" element is read into it, a
+// later one overwriting what an earlier one set.
+class AttributeReader final : public FieldsReader {
+ public:
+  AttributeReader();
+  void Begin(clZVAttribute& attribute);
+
+ private:
+  Take OtherChild(std::string_view name) override;
+  void OtherChildRead(bool read) override;
+
+  clZVAttribute* attribute_ = nullptr;
+  AttributeValueReader value_reader_;
+};
+
+// An attribute with its values: every "Value" element read adds one.
+class AttributeMultiReader final : public FieldsReader {
+ public:
+  AttributeMultiReader();
+  void Begin(clZVAttributeMulti& attribute);
+
+ private:
+  Take OtherChild(std::string_view name) override;
+  void OtherChildRead(bool read) override;
+
+  clZVAttributeMulti* attribute_ = nullptr;
+  std::shared_ptr<clZVAttributeValue> value_;  // the value being read
+  AttributeValueReader value_reader_;
 };
 
 // One calendar map of an answer: the command it answers and the pair of ids.

@@ -7,6 +7,7 @@
 #include "interface/error_report.h"
 #include "interface/process.h"
 #include "mapping/date_time_convert.h"
+#include "util/text.h"
 
 namespace kdzv {
 namespace {
@@ -139,6 +140,126 @@ bool clZVTermin::CreateXMLSource(XmlWriter::Element parent) const {
     ReportCurrentError(kModule, "CreateXMLSource", "");
     return false;
   }
+}
+
+// --- TerminReader -----------------------------------------------------------
+
+void TerminReader::Begin(clZVTermin& termin) {
+  termin_ = &termin;
+  attribute_.reset();
+}
+
+ElementReader::Take TerminReader::Child(std::string_view name) {
+  if (NameIs(name, "source")) {
+    field_ = Field::kSource;
+  } else if (NameIs(name, "target")) {
+    field_ = Field::kTarget;
+  } else if (NameIs(name, "comment")) {
+    field_ = Field::kComment;
+  } else if (NameIs(name, "status")) {
+    field_ = Field::kStatus;
+  } else if (NameIs(name, "dtstart")) {
+    field_ = Field::kDTStart;
+  } else if (NameIs(name, "dtend")) {
+    field_ = Field::kDTEnd;
+  } else if (NameIs(name, "customer")) {
+    field_ = Field::kCustomer;
+    customer_reader_.Begin(termin_->Customer);
+    return By(customer_reader_);
+  } else if (NameIs(name, "calendar")) {
+    field_ = Field::kCalendar;
+    calendar_reader_.Begin(termin_->Calendar);
+    return By(calendar_reader_);
+  } else if (NameIs(name, "attribute")) {
+    field_ = Field::kAttribute;
+    attribute_ = std::make_shared<clZVAttributeMulti>();
+    attribute_reader_.Begin(*attribute_);
+    return By(attribute_reader_);
+  } else if (NameIs(name, "cancel")) {
+    field_ = Field::kCancel;
+  } else if (NameIs(name, "block")) {
+    field_ = Field::kBlock;
+  } else {
+    ReportLine("Unbekannter Knoten (VEvent): vevent>" + ToLower(name));
+    return Skip();
+  }
+  return AsText();
+}
+
+void TerminReader::TextOfChild(std::string_view text) {
+  clZVTermin& termin = *termin_;
+  switch (field_) {
+    case Field::kSource:
+      termin.Source.assign(text);
+      break;
+    case Field::kTarget:
+      termin.Target.assign(text);
+      break;
+    case Field::kComment:
+      termin.Comment.assign(text);
+      break;
+    case Field::kStatus:
+      termin.Status.assign(text);
+      break;
+    case Field::kDTStart:
+      termin.SetDTStart(std::string(text));
+      break;
+    case Field::kDTEnd:
+      termin.SetDTEnd(std::string(text));
+      break;
+    case Field::kCancel:
+      termin.Cancel = NameIs(text, "true");
+      break;
+    case Field::kBlock:
+      termin.Block = NameIs(text, "true");
+      break;
+    default:
+      break;
+  }
+}
+
+void TerminReader::ChildRead(bool read) {
+  if (field_ == Field::kCalendar) {
+    if (!read) ReportLine("'Calendar' konnte nicht gelesen werden.");
+  } else if (field_ == Field::kAttribute) {
+    std::shared_ptr<clZVAttributeMulti> attribute = std::move(attribute_);
+    if (read) {
+      clZVAttributes& attributes = termin_->Attributes;
+      // Most appointments carry a few attributes: room for them at once.
+      if (attributes.Count() == 0) attributes.Reserve(4);
+      const std::string_view key = attribute->Source;
+      attributes.Add(std::move(attribute), key);  // keyed regardless of case
+    } else {
+      ReportLine("'Attribute' konnte nicht gelesen werden.");
+    }
+  }
+}
+
+ElementReader::Take TerminReader::CustomerReader::Child(std::string_view name) {
+  clZVCustomer& customer = *customer_;
+  if (NameIs(name, "title")) {
+    field_ = &customer.Title;
+  } else if (NameIs(name, "firstname")) {
+    field_ = &customer.FirstName;
+  } else if (NameIs(name, "lastname")) {
+    field_ = &customer.LastName;
+  } else if (NameIs(name, "dateofbirth")) {
+    field_ = &customer.DateOfBirth;
+  } else if (NameIs(name, "address")) {
+    field_ = &customer.Address;
+  } else if (NameIs(name, "postalcode")) {
+    field_ = &customer.PostalCode;
+  } else if (NameIs(name, "city")) {
+    field_ = &customer.City;
+  } else if (NameIs(name, "phone")) {
+    field_ = &customer.Phone;
+  } else if (NameIs(name, "email")) {
+    field_ = &customer.Email;
+  } else {
+    ReportLine("Unbekannter Knoten (VEvent): customer>" + ToLower(name));
+    return Skip();
+  }
+  return AsText();
 }
 
 // --- clZVTerminKey ----------------------------------------------------------

@@ -12,6 +12,7 @@
 #include <string_view>
 
 #include "message/calendar_items.h"
+#include "message/element_reader.h"
 #include "message/xml_writer.h"
 #include "util/date_time.h"
 
@@ -105,6 +106,44 @@ class clZVTermin {
   std::string dt_end_;
   DateTime start_;
   DateTime end_;
+};
+
+// Reads an appointment from its "VEvent" element: the streamed events or a
+// built tree alike. Unknown elements are reported and passed over; a
+// run-time error (a second attribute under the same key) ends the reading.
+class TerminReader final : public ElementReader {
+ public:
+  void Begin(clZVTermin& termin);
+
+  Take Child(std::string_view name) override;
+  void TextOfChild(std::string_view text) override;
+  void ChildRead(bool read) override;
+  bool End() override { return true; }
+
+ private:
+  // The customer's fields.
+  class CustomerReader final : public ElementReader {
+   public:
+    void Begin(clZVCustomer& customer) { customer_ = &customer; }
+    Take Child(std::string_view name) override;
+    void TextOfChild(std::string_view text) override { field_->assign(text); }
+    bool End() override { return true; }
+
+   private:
+    clZVCustomer* customer_ = nullptr;
+    std::string* field_ = nullptr;
+  };
+
+  // The child being read.
+  enum class Field : uint8_t { kSource, kTarget, kComment, kStatus, kDTStart, kDTEnd, kCancel,
+                               kBlock, kCustomer, kCalendar, kAttribute };
+
+  clZVTermin* termin_ = nullptr;
+  Field field_ = Field::kSource;
+  std::shared_ptr<clZVAttributeMulti> attribute_;  // the attribute being read
+  CustomerReader customer_reader_;
+  AttributeValueReader calendar_reader_;
+  AttributeMultiReader attribute_reader_;
 };
 
 // Identifies an appointment in delete and map commands.

@@ -29,9 +29,13 @@ void ReportUnknown(std::string_view parent, const XmlNode& child) {
   ReportUnknown(parent, ToLower(child.Name()));
 }
 
-void ReportUnreadable(std::string_view parent, const XmlNode& child) {
+void ReportUnreadable(std::string_view parent, std::string_view child) {
   ReportLine("Knoten konnte nicht ausgewertet werden:" + std::string(parent) + ">" +
-             ToLower(child.Name()));
+             ToLower(child));
+}
+
+void ReportUnreadable(std::string_view parent, const XmlNode& child) {
+  ReportUnreadable(parent, child.Name());
 }
 
 template <class T>
@@ -81,10 +85,139 @@ void clZVUpDownFile::ReleaseReceived() {
   opening_time_cmd_id_ = 0;
 }
 
-// Takes the elements of a received file as they are read: the header and
-// each command of the body are built as small trees and read into items at
-// once, then let go; the document element and the body are streamed;
-// elements that are read for nothing but their name are skipped.
+// An add, replace or delete command, read from its element's events: an
+// appointment (a delete takes its key), a calendar or an attribute, stored
+// into the received message's collections at the command's end.
+class clZVUpDownFile::AddReplaceReader final : public ElementReader {
+ public:
+  explicit AddReplaceReader(clZVUpDownFile& file) : file_(file) {}
+
+  // Starts a command named `name` (as written): "Add", "Replace" or
+  // "Delete" in any case.
+  void Begin(std::string_view name) {
+    if (NameIs(name, "add")) {
+      kind_ = Kind::kAdd;
+    } else if (NameIs(name, "replace")) {
+      kind_ = Kind::kReplace;
+    } else {
+      kind_ = Kind::kDelete;
+    }
+    name_.assign(name);
+    cmd_id_ = 0;
+    termin_.reset();
+    calendar_.reset();
+    attribute_.reset();
+  }
+  const std::string& Name() const { return name_; }
+
+  Take Child(std::string_view name) override {
+    if (NameIs(name, "cmdid")) {
+      child_ = Part::kCmdID;
+      return AsText();
+    }
+    if (NameIs(name, "vevent")) {
+      child_ = Part::kVEvent;
+      termin_ = std::make_shared<clZVTermin>();
+      termin_reader_.Begin(*termin_);
+      return By(termin_reader_);
+    }
+    if (NameIs(name, "calendar")) {
+      child_ = Part::kCalendar;
+      calendar_read_ = std::make_shared<clZVCalendar>();
+      calendar_reader_.Begin(*calendar_read_);
+      return By(calendar_reader_);
+    }
+    if (NameIs(name, "attribute")) {
+      child_ = Part::kAttribute;
+      attribute_read_ = std::make_shared<clZVAttributeMulti>();
+      attribute_reader_.Begin(*attribute_read_);
+      return By(attribute_reader_);
+    }
+    ReportUnknown(ToLower(name_), ToLower(name));
+    return Skip();
+  }
+
+  // The command's number.
+  void TextOfChild(std::string_view text) override {
+    cmd_id_ = RoundToLong(LeadingNumber(text));
+  }
+
+  // A calendar or an attribute counts once it was read; an appointment
+  // counts as soon as it starts.
+  void ChildRead(bool read) override {
+    if (child_ == Part::kCalendar) {
+      if (read) calendar_ = std::move(calendar_read_);
+      calendar_read_.reset();
+    } else if (child_ == Part::kAttribute) {
+      if (read) attribute_ = std::move(attribute_read_);
+      attribute_read_.reset();
+    }
+  }
+
+  // Whether the command carried anything that was stored.
+  bool End() override;
+
+ private:
+  enum class Kind : uint8_t { kAdd, kReplace, kDelete };
+  enum class Part : uint8_t { kCmdID, kVEvent, kCalendar, kAttribute };
+
+  clZVUpDownFile& file_;
+  Kind kind_ = Kind::kAdd;
+  Part child_ = Part::kCmdID;  // the child being read
+  std::string name_;
+  int32_t cmd_id_ = 0;
+  std::shared_ptr<clZVTermin> termin_;
+  std::shared_ptr<clZVCalendar> calendar_;
+  std::shared_ptr<clZVCalendar> calendar_read_;  // the calendar being read
+  std::shared_ptr<clZVAttributeMulti> attribute_;
+  std::shared_ptr<clZVAttributeMulti> attribute_read_;  // the attribute being read
+  TerminReader termin_reader_;
+  CalendarReader calendar_reader_;
+  AttributeMultiReader attribute_reader_;
+};
+
+bool clZVUpDownFile::AddReplaceReader::End() {
+  bool stored = false;
+  if (termin_) {
+    if (kind_ == Kind::kAdd) {
+      file_.AddTerminCol().AddRead(std::move(termin_), cmd_id_);
+    } else if (kind_ == Kind::kReplace) {
+      file_.ReplaceTerminCol().Add(std::move(termin_), cmd_id_, false);
+    } else {
+      clZVTerminKey key;
+      key.TerminKeySource = termin_->Source;
+      key.TerminKeyTarget = termin_->Target;
+      file_.DeleteTerminCol().Add(key, cmd_id_);
+    }
+    stored = true;
+  }
+  termin_.reset();
+  if (calendar_) {
+    if (kind_ == Kind::kAdd) {
+      file_.AddCalendarCol().Add(*calendar_, cmd_id_);
+      stored = true;
+    } else {
+      ReportLine(name_ + " bei <calendar> nicht unterstützt.");
+    }
+  }
+  calendar_.reset();
+  if (attribute_ && attribute_->Values.Count() > 0) {
+    if (kind_ == Kind::kAdd) {
+      file_.AddAttributesCol().Add(*attribute_, cmd_id_);
+      stored = true;
+    } else {
+      ReportLine(name_ + " bei <attribute> nicht unterstützt.");
+    }
+  }
+  attribute_.reset();
+  return stored;
+}
+
+// Takes the elements of a received file as they are read: the add, replace
+// and delete commands are read into items from their events; the header
+// and every other command of the body are built as small trees and read
+// into items at once, then let go; the document element and the body are
+// streamed; elements that are read for nothing but their name are skipped.
 //
 // A failure inside (a run-time error of an item) stops the reading of
 // commands; the rest of the file is still checked, so that the error is
@@ -93,7 +226,8 @@ class clZVUpDownFile::Reading : public XmlStreamSink {
  public:
   // `held` is where the reports of this reading are held, or null when
   // they are shown as they come.
-  Reading(clZVUpDownFile& file, const HeldReports* held) : file_(file), held_(held) {}
+  Reading(clZVUpDownFile& file, const HeldReports* held)
+      : file_(file), held_(held), command_(file) {}
 
   Take Open(std::string_view name, size_t depth) override {
     if (stopped_) return Take::kSkip;
@@ -101,12 +235,25 @@ class clZVUpDownFile::Reading : public XmlStreamSink {
     try {
       take = OpenElement(name, depth);
     } catch (...) {
-      error_ = std::current_exception();
-      stopped_ = true;
+      Stop();
     }
     CheckHeld();
     return stopped_ ? Take::kSkip : take;
   }
+
+  ElementReader* Reader() override { return &command_; }
+
+  void Read(bool stored, size_t /*depth*/) override {
+    if (stopped_) return;
+    try {
+      if (!stored) ReportUnreadable("syncbody", command_.Name());
+    } catch (...) {
+      Stop();
+    }
+    CheckHeld();
+  }
+
+  void ReadFailed() override { Stop(); }
 
   void Element(const XmlNode& element, size_t depth) override {
     if (stopped_) return;
@@ -117,8 +264,7 @@ class clZVUpDownFile::Reading : public XmlStreamSink {
         file_.ReadCommand(element);
       }
     } catch (...) {
-      error_ = std::current_exception();
-      stopped_ = true;
+      Stop();
     }
     CheckHeld();
   }
@@ -145,8 +291,11 @@ class clZVUpDownFile::Reading : public XmlStreamSink {
       return Take::kSkip;
     }
     // A child of "SyncBody" (the only element streamed below the root).
-    if (NameIs(name, "add") || NameIs(name, "replace") || NameIs(name, "delete") ||
-        NameIs(name, "status") || NameIs(name, "alert") || NameIs(name, "get")) {
+    if (NameIs(name, "add") || NameIs(name, "replace") || NameIs(name, "delete")) {
+      command_.Begin(name);
+      return Take::kRead;
+    }
+    if (NameIs(name, "status") || NameIs(name, "alert") || NameIs(name, "get")) {
       return Take::kBuild;
     }
     if (NameIs(name, "map")) {
@@ -155,6 +304,12 @@ class clZVUpDownFile::Reading : public XmlStreamSink {
       ReportUnknown("syncbody", ToLower(name));
     }
     return Take::kSkip;
+  }
+
+  // A run-time error stops the reading of commands.
+  void Stop() {
+    error_ = std::current_exception();
+    stopped_ = true;
   }
 
   void CheckHeld() {
@@ -170,6 +325,7 @@ class clZVUpDownFile::Reading : public XmlStreamSink {
   bool stopped_ = false;
   bool overflowed_ = false;
   std::exception_ptr error_;
+  AddReplaceReader command_;
 };
 
 bool clZVUpDownFile::AnalyzeDownFile(std::string_view path) {
@@ -279,13 +435,11 @@ void clZVUpDownFile::ReadLocation(const XmlNode& location, clZVSourceTargetItem&
   }
 }
 
-// One command of the body; the reading has skipped the commands that are
-// read for their name alone.
+// One command of the body built as a tree (status, alert, get); the reading
+// has skipped the commands that are read for their name alone.
 void clZVUpDownFile::ReadCommand(const XmlNode& command) {
   const std::string_view name = command.Name();
-  if (NameIs(name, "add") || NameIs(name, "replace") || NameIs(name, "delete")) {
-    if (!pAnalyzeAddReplaceNode(command)) ReportUnreadable("syncbody", command);
-  } else if (NameIs(name, "status")) {
+  if (NameIs(name, "status")) {
     auto status = std::make_shared<clZVStatus>();
     if (!status->ReadFromXMLNode(command).empty()) {
       ReportUnreadable("syncbody", command);
@@ -322,142 +476,6 @@ void clZVUpDownFile::ReadGet(const XmlNode& get) {
   }
   opening_time_requested_ = true;
   opening_time_cmd_id_ = cmd_id;
-}
-
-bool clZVUpDownFile::pAnalyzeAddReplaceNode(const XmlNode& command) {
-  enum class Kind { kAdd, kReplace, kDelete };
-  Kind kind;
-  if (NameIs(command.Name(), "add")) {
-    kind = Kind::kAdd;
-  } else if (NameIs(command.Name(), "replace")) {
-    kind = Kind::kReplace;
-  } else if (NameIs(command.Name(), "delete")) {
-    kind = Kind::kDelete;
-  } else {
-    return false;
-  }
-
-  int32_t cmd_id = 0;
-  std::shared_ptr<clZVTermin> termin;
-  std::shared_ptr<clZVCalendar> calendar;
-  std::shared_ptr<clZVAttributeMulti> attribute;
-  for (const XmlNode& child : command.Children()) {
-    const std::string_view name = child.Name();
-    if (NameIs(name, "cmdid")) {
-      cmd_id = NumberIn(child);
-    } else if (NameIs(name, "vevent")) {
-      termin = std::make_shared<clZVTermin>();
-      ReadTermin(child, *termin);
-    } else if (NameIs(name, "calendar")) {
-      auto read = std::make_shared<clZVCalendar>();
-      if (read->ReadFromXMLNode(child)) calendar = std::move(read);
-    } else if (NameIs(name, "attribute")) {
-      auto read = std::make_shared<clZVAttributeMulti>();
-      if (read->ReadFromXMLNode(child)) attribute = std::move(read);
-    } else {
-      ReportUnknown(ToLower(command.Name()), child);
-    }
-  }
-
-  bool stored = false;
-  if (termin) {
-    if (kind == Kind::kAdd) {
-      AddTerminCol().AddRead(termin, cmd_id);
-    } else if (kind == Kind::kReplace) {
-      ReplaceTerminCol().Add(termin, cmd_id, false);
-    } else {
-      clZVTerminKey key;
-      key.TerminKeySource = termin->Source;
-      key.TerminKeyTarget = termin->Target;
-      DeleteTerminCol().Add(key, cmd_id);
-    }
-    stored = true;
-  }
-  if (calendar) {
-    if (kind == Kind::kAdd) {
-      AddCalendarCol().Add(*calendar, cmd_id);
-      stored = true;
-    } else {
-      ReportLine(std::string(command.Name()) + " bei <calendar> nicht unterstützt.");
-    }
-  }
-  if (attribute && attribute->Values.Count() > 0) {
-    if (kind == Kind::kAdd) {
-      AddAttributesCol().Add(*attribute, cmd_id);
-      stored = true;
-    } else {
-      ReportLine(std::string(command.Name()) + " bei <attribute> nicht unterstützt.");
-    }
-  }
-  return stored;
-}
-
-void clZVUpDownFile::ReadTermin(const XmlNode& vevent, clZVTermin& termin) {
-  // The attribute list is made once at its size.
-  size_t attributes = 0;
-  for (const XmlNode& child : vevent.Children()) {
-    if (NameIs(child.Name(), "attribute")) ++attributes;
-  }
-  termin.Attributes.Reserve(static_cast<size_t>(termin.Attributes.Count()) + attributes);
-  for (const XmlNode& child : vevent.Children()) {
-    const std::string_view name = child.Name();
-    if (NameIs(name, "source")) {
-      termin.Source = child.Text();
-    } else if (NameIs(name, "target")) {
-      termin.Target = child.Text();
-    } else if (NameIs(name, "comment")) {
-      termin.Comment = child.Text();
-    } else if (NameIs(name, "status")) {
-      termin.Status = child.Text();
-    } else if (NameIs(name, "dtstart")) {
-      termin.SetDTStart(std::string(child.Text()));
-    } else if (NameIs(name, "dtend")) {
-      termin.SetDTEnd(std::string(child.Text()));
-    } else if (NameIs(name, "customer")) {
-      clZVCustomer& customer = termin.Customer;
-      for (const XmlNode& field : child.Children()) {
-        const std::string_view field_name = field.Name();
-        if (NameIs(field_name, "title")) {
-          customer.Title = field.Text();
-        } else if (NameIs(field_name, "firstname")) {
-          customer.FirstName = field.Text();
-        } else if (NameIs(field_name, "lastname")) {
-          customer.LastName = field.Text();
-        } else if (NameIs(field_name, "dateofbirth")) {
-          customer.DateOfBirth = field.Text();
-        } else if (NameIs(field_name, "address")) {
-          customer.Address = field.Text();
-        } else if (NameIs(field_name, "postalcode")) {
-          customer.PostalCode = field.Text();
-        } else if (NameIs(field_name, "city")) {
-          customer.City = field.Text();
-        } else if (NameIs(field_name, "phone")) {
-          customer.Phone = field.Text();
-        } else if (NameIs(field_name, "email")) {
-          customer.Email = field.Text();
-        } else {
-          ReportLine("Unbekannter Knoten (VEvent): customer>" + ToLower(field_name));
-        }
-      }
-    } else if (NameIs(name, "calendar")) {
-      if (!termin.Calendar.ReadFromXMLNode(child)) {
-        ReportLine("'Calendar' konnte nicht gelesen werden.");
-      }
-    } else if (NameIs(name, "attribute")) {
-      auto attribute = std::make_shared<clZVAttributeMulti>();
-      if (attribute->ReadFromXMLNode(child)) {
-        termin.Attributes.Add(attribute, attribute->Source);  // keyed regardless of case
-      } else {
-        ReportLine("'Attribute' konnte nicht gelesen werden.");
-      }
-    } else if (NameIs(name, "cancel")) {
-      termin.Cancel = NameIs(child.Text(), "true");
-    } else if (NameIs(name, "block")) {
-      termin.Block = NameIs(child.Text(), "true");
-    } else {
-      ReportLine("Unbekannter Knoten (VEvent): vevent>" + ToLower(name));
-    }
-  }
 }
 
 // ---------------------------------------------------------------------------

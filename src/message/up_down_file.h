@@ -82,13 +82,12 @@ class clZVUpDownFile {
 
  private:
   class Reading;
+  class AddReplaceReader;
 
   void ReleaseReceived();
   void ReadHeader(const XmlNode& header);
   void ReadLocation(const XmlNode& location, clZVSourceTargetItem& item);
   void ReadCommand(const XmlNode& command);
-  bool pAnalyzeAddReplaceNode(const XmlNode& command);
-  void ReadTermin(const XmlNode& vevent, clZVTermin& termin);
   void ReadGet(const XmlNode& get);
   int32_t NumberCommands();
 

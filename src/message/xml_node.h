@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "message/xml_element.h"
+#include "util/text.h"
 
 namespace kdzv {
 
@@ -136,13 +137,9 @@ inline std::string_view XmlNode::Name() const {
 }
 
 inline std::string_view XmlNode::Text() const {
-  const auto is_space = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; };
   const XmlNodeTree::Node& node = tree_->nodes_[index_];
-  const char* begin = tree_->text_.data() + node.text_begin;
-  const char* end = tree_->text_.data() + node.text_end;
-  while (begin < end && is_space(*begin)) ++begin;
-  while (end > begin && is_space(end[-1])) --end;
-  return std::string_view(begin, static_cast<size_t>(end - begin));
+  return Trim(std::string_view(tree_->text_.data() + node.text_begin,
+                               node.text_end - node.text_begin));
 }
 
 inline XmlNode::ChildIterator& XmlNode::ChildIterator::operator++() {

@@ -375,14 +375,41 @@ bool CheckRawMessage(std::string_view bytes) {
 // ---------------------------------------------------------------------------
 // XmlTreeBuilder
 
+template <class Event>
+void XmlTreeBuilder::ToReaders(Event&& event) {
+  if (reading_failed_) return;
+  try {
+    event();
+  } catch (...) {
+    reading_failed_ = true;
+    sink_->ReadFailed();
+  }
+}
+
 bool XmlTreeBuilder::StartElement(std::string_view name) {
   if (done_ || levels_.size() >= xml_limits::kMaxDepth) return false;
   using Take = XmlStreamSink::Take;
   Take take = Take::kBuild;
   if (levels_.empty() || levels_.back().take == Take::kStream) {
-    if (sink_ != nullptr) take = sink_->Open(name, levels_.size() + 1);
+    if (sink_ != nullptr) {
+      take = sink_->Open(name, levels_.size() + 1);
+      if (take == Take::kRead) {
+        ElementReader* reader = sink_->Reader();
+        if (reader == nullptr) {
+          take = Take::kSkip;
+        } else {
+          reading_.Begin(*reader);
+          reading_failed_ = false;
+        }
+      }
+    }
   } else {
     take = levels_.back().take;
+    if (take == Take::kRead) {
+      bool wanted = false;
+      ToReaders([&] { wanted = reading_.Open(name); });
+      if (!wanted) take = Take::kSkip;
+    }
   }
   levels_.push_back(Level{take, 0});
   if (take == Take::kBuild) tree_.Open(name);
@@ -394,7 +421,11 @@ bool XmlTreeBuilder::Characters(std::string_view text) {
   Level& current = levels_.back();
   if (current.text_bytes + text.size() > xml_limits::kMaxTextBytes) return false;
   current.text_bytes += text.size();
-  if (current.take == XmlStreamSink::Take::kBuild) tree_.Append(text);
+  if (current.take == XmlStreamSink::Take::kBuild) {
+    tree_.Append(text);
+  } else if (current.take == XmlStreamSink::Take::kRead) {
+    reading_.Characters(text);
+  }
   return true;
 }
 
@@ -403,6 +434,13 @@ void XmlTreeBuilder::EndElement() {
   const XmlStreamSink::Take take = levels_.back().take;
   levels_.pop_back();
   if (levels_.empty()) done_ = true;
+  if (take == XmlStreamSink::Take::kRead) {
+    bool ended = false;
+    bool read = false;
+    ToReaders([&] { ended = reading_.Close(read); });
+    if (ended) sink_->Read(read, levels_.size() + 1);
+    return;
+  }
   if (take != XmlStreamSink::Take::kBuild) return;
   tree_.Close();
   if (!tree_.Complete()) return;

@@ -6,9 +6,11 @@
 // the same documents.
 //
 // A reader never holds a whole message as a tree: it tells, element by
-// element, which elements it wants built whole (a command, the header),
-// which it wants streamed (their children handed over one at a time) and
-// which it does not want at all (checked, then forgotten). ParseFile and
+// element, which elements it wants built whole (a small command, the
+// header), which it wants read by an ElementReader child by child without a
+// tree (the appointment commands), which it wants streamed (their children
+// handed over one at a time) and which it does not want at all (checked,
+// then forgotten). ParseFile and
 // ParseBytes build the whole tree for the callers that want one (tests,
 // tools).
 //
@@ -20,6 +22,7 @@
 #ifndef KDZV_MESSAGE_XML_PARSER_H_
 #define KDZV_MESSAGE_XML_PARSER_H_
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -27,6 +30,7 @@
 #include <string_view>
 #include <vector>
 
+#include "message/element_reader.h"
 #include "message/xml_element.h"
 #include "message/xml_node.h"
 
@@ -57,6 +61,8 @@ class XmlStreamSink {
   enum class Take {
     kBuild,   // built whole, with everything below it, and given to Element()
     kStream,  // not built: Open() is asked about each of its children
+    kRead,    // not built: read child by child by the reader that Reader()
+              // answers; Read() gets its end
     kSkip,    // checked against the limits and forgotten, children and all
   };
 
@@ -67,6 +73,14 @@ class XmlStreamSink {
   virtual Take Open(std::string_view name, size_t depth) = 0;
   // An element that Open() wanted built, complete; valid during the call.
   virtual void Element(const XmlNode& element, size_t depth) = 0;
+  // The reader of the element that Open() has just taken kRead.
+  virtual ElementReader* Reader() { return nullptr; }
+  // An element taken kRead has ended: its reader's End() (`depth` as in
+  // Open()).
+  virtual void Read(bool /*read*/, size_t /*depth*/) {}
+  // A reader raised a run-time error; called inside the handler. The rest of
+  // the element being read is passed over, and Read() is not called for it.
+  virtual void ReadFailed() {}
 };
 
 // What reading a file came to.
@@ -148,8 +162,9 @@ class RawMessageCheck {
 // kMaxFileBytes, and accepted by RawMessageCheck.
 bool CheckRawMessage(std::string_view bytes);
 
-// Builds elements from the events of a streaming parser and enforces the
-// depth and text limits. The adapters feed it names and character data as
+// Builds elements from the events of a streaming parser, or hands the
+// events to the readers of an element taken kRead, and enforces the depth
+// and text limits. The adapters feed it names and character data as
 // UTF-8. Without a sink it builds the whole tree, which Finish() answers;
 // with one it hands elements over as the sink asks.
 class XmlTreeBuilder {
@@ -177,8 +192,32 @@ class XmlTreeBuilder {
     size_t text_bytes;
   };
 
+  // Hands an event to the readers of the element being read; a run-time
+  // error there goes to the sink, and the element's remaining events are
+  // passed over.
+  template <class Event>
+  void ToReaders(Event&& event);
+
   XmlStreamSink* sink_ = nullptr;
-  std::vector<Level> levels_;  // every open element, outermost first
+  // Every open element, outermost first: StartElement() lets no more than
+  // kMaxDepth be open.
+  class Levels {
+   public:
+    bool empty() const { return size_ == 0; }
+    size_t size() const { return size_; }
+    Level& back() { return levels_[size_ - 1]; }
+    void push_back(Level level) { levels_[size_++] = level; }
+    void pop_back() { --size_; }
+
+   private:
+    std::array<Level, xml_limits::kMaxDepth> levels_{};
+    size_t size_ = 0;
+  };
+  Levels levels_;
+  // The element taken kRead (at most one at a time), and whether its readers
+  // failed.
+  ElementReading reading_;
+  bool reading_failed_ = false;
   // The element being built with everything below it read so far; cleared
   // (its buffers kept) once handed over.
   XmlNodeTree tree_;

@@ -49,14 +49,6 @@ bool EqualsIgnoreCase(std::string_view a, std::string_view b) {
   return ToUpper(a) == ToUpper(b);
 }
 
-std::string_view Trim(std::string_view text) {
-  constexpr std::string_view kBlank = " \t\r\n";
-  const size_t first = text.find_first_not_of(kBlank);
-  if (first == std::string_view::npos) return {};
-  const size_t last = text.find_last_not_of(kBlank);
-  return text.substr(first, last - first + 1);
-}
-
 bool IsPlainFileNamePart(std::string_view text) {
   if (text.size() > kMaxFileNamePart || text == "." || text == "..") return false;
   for (const char c : text) {

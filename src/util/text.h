@@ -44,8 +44,16 @@ inline bool NameIs(std::string_view name, LowerName lower) {
   return true;
 }
 
-// Removes leading and trailing blanks, tabs, CR and LF.
-std::string_view Trim(std::string_view text);
+// Removes leading and trailing blanks, tabs, CR and LF. Inline: the message
+// reader trims the text of every field it reads.
+inline std::string_view Trim(std::string_view text) {
+  const auto is_blank = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; };
+  const char* begin = text.data();
+  const char* end = begin + text.size();
+  while (begin < end && is_blank(*begin)) ++begin;
+  while (end > begin && is_blank(end[-1])) --end;
+  return std::string_view(begin, static_cast<size_t>(end - begin));
+}
 
 // The longest text that IsPlainFileNamePart accepts, in bytes.
 inline constexpr size_t kMaxFileNamePart = 100;
