@@ -27,7 +27,6 @@ void FieldsReader::BeginFields(std::string& source, std::string& target, std::st
   fields_[0] = &source;
   fields_[1] = &target;
   fields_[2] = &title;
-  field_ = nullptr;
   children_ = 0;
   failed_ = false;
 }
@@ -43,30 +42,15 @@ ElementReader::Take FieldsReader::Child(std::string_view name) {
   if (failed_) return Skip();
   try {
     ++children_;
-    if (NameIs(name, "source")) {
-      field_ = fields_[0];
-    } else if (NameIs(name, "target")) {
-      field_ = fields_[1];
-    } else if (NameIs(name, "title")) {
-      field_ = fields_[2];
-    } else {
-      const Take take = OtherChild(name);
-      if (take.way == Take::Way::kSkip) ReportUnknown(unknown_prefix_, name);
-      return take;
-    }
-    return AsText();
+    if (NameIs(name, "source")) return AsTextInto(*fields_[0]);
+    if (NameIs(name, "target")) return AsTextInto(*fields_[1]);
+    if (NameIs(name, "title")) return AsTextInto(*fields_[2]);
+    const Take take = OtherChild(name);
+    if (take.way == Take::Way::kSkip) ReportUnknown(unknown_prefix_, name);
+    return take;
   } catch (...) {
     Fail();
     return Skip();
-  }
-}
-
-void FieldsReader::TextOfChild(std::string_view text) {
-  if (failed_) return;
-  try {
-    field_->assign(text);
-  } catch (...) {
-    Fail();
   }
 }
 

@@ -133,7 +133,6 @@ class clZVAttributes : public KeyedCollection<clZVAttributeBase> {
 class FieldsReader : public ElementReader {
  public:
   Take Child(std::string_view name) final;
-  void TextOfChild(std::string_view text) final;
   void ChildRead(bool read) final;
   bool End() final;
 
@@ -155,7 +154,6 @@ class FieldsReader : public ElementReader {
   std::string_view module_;
   std::string_view unknown_prefix_;
   std::string* fields_[3] = {};
-  std::string* field_ = nullptr;  // the field a child read as text goes to
   size_t children_ = 0;
   bool failed_ = false;
 };

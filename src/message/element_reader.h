@@ -32,13 +32,16 @@ class ElementReader {
     enum class Way : uint8_t { kSkip, kText, kReader };
     Way way = Way::kSkip;
     ElementReader* reader = nullptr;
+    std::string* field = nullptr;
   };
   // Not at all: neither the child nor anything below it.
   static Take Skip() { return Take{}; }
   // For its text, which TextOfChild() gets at the child's end.
-  static Take AsText() { return Take{Take::Way::kText, nullptr}; }
+  static Take AsText() { return Take{Take::Way::kText, nullptr, nullptr}; }
+  // For its text, which is put into `field` (TextOfChild() is not called).
+  static Take AsTextInto(std::string& field) { return Take{Take::Way::kText, nullptr, &field}; }
   // By `reader`; ChildRead() gets its End()'s answer at the child's end.
-  static Take By(ElementReader& reader) { return Take{Take::Way::kReader, &reader}; }
+  static Take By(ElementReader& reader) { return Take{Take::Way::kReader, &reader, nullptr}; }
 
   // A child element named `name` starts.
   virtual Take Child(std::string_view name) = 0;
@@ -74,8 +77,10 @@ class ElementReading {
     }
     const ElementReader::Take take = frames_.back()->Child(name);
     if (take.way == ElementReader::Take::Way::kText) {
+      // The text goes straight into the field, or into text_ for the reader.
       text_depth_ = 1;
-      text_.clear();
+      text_to_ = take.field == nullptr ? &text_ : take.field;
+      text_to_->clear();
       return true;
     }
     if (take.way == ElementReader::Take::Way::kReader) {
@@ -85,13 +90,13 @@ class ElementReading {
     return false;
   }
   void Characters(std::string_view text) {
-    if (text_depth_ > 0) text_.append(text);
+    if (text_depth_ > 0) text_to_->append(text);
   }
   // The element open now ends. True when that was the element begun, and
   // then `read` is its reader's End().
   bool Close(bool& read) {
     if (text_depth_ > 0) {
-      if (--text_depth_ == 0) frames_.back()->TextOfChild(Trim(text_));
+      if (--text_depth_ == 0) EndText();
       return false;
     }
     return CloseReader(read);
@@ -99,6 +104,8 @@ class ElementReading {
 
  private:
   bool CloseReader(bool& read);
+  // A child read as text has ended.
+  void EndText();
 
   // The readers of the open elements that are read by one, outermost first.
   std::vector<ElementReader*> frames_;
@@ -106,6 +113,7 @@ class ElementReading {
   // (0: none is), and the text gathered for it.
   size_t text_depth_ = 0;
   std::string text_;
+  std::string* text_to_ = &text_;  // where the text goes
 };
 
 }  // namespace kdzv

@@ -150,15 +150,11 @@ void TerminReader::Begin(clZVTermin& termin) {
 }
 
 ElementReader::Take TerminReader::Child(std::string_view name) {
-  if (NameIs(name, "source")) {
-    field_ = Field::kSource;
-  } else if (NameIs(name, "target")) {
-    field_ = Field::kTarget;
-  } else if (NameIs(name, "comment")) {
-    field_ = Field::kComment;
-  } else if (NameIs(name, "status")) {
-    field_ = Field::kStatus;
-  } else if (NameIs(name, "dtstart")) {
+  if (NameIs(name, "source")) return AsTextInto(termin_->Source);
+  if (NameIs(name, "target")) return AsTextInto(termin_->Target);
+  if (NameIs(name, "comment")) return AsTextInto(termin_->Comment);
+  if (NameIs(name, "status")) return AsTextInto(termin_->Status);
+  if (NameIs(name, "dtstart")) {
     field_ = Field::kDTStart;
   } else if (NameIs(name, "dtend")) {
     field_ = Field::kDTEnd;
@@ -189,18 +185,6 @@ ElementReader::Take TerminReader::Child(std::string_view name) {
 void TerminReader::TextOfChild(std::string_view text) {
   clZVTermin& termin = *termin_;
   switch (field_) {
-    case Field::kSource:
-      termin.Source.assign(text);
-      break;
-    case Field::kTarget:
-      termin.Target.assign(text);
-      break;
-    case Field::kComment:
-      termin.Comment.assign(text);
-      break;
-    case Field::kStatus:
-      termin.Status.assign(text);
-      break;
     case Field::kDTStart:
       termin.SetDTStart(std::string(text));
       break;
@@ -237,29 +221,17 @@ void TerminReader::ChildRead(bool read) {
 
 ElementReader::Take TerminReader::CustomerReader::Child(std::string_view name) {
   clZVCustomer& customer = *customer_;
-  if (NameIs(name, "title")) {
-    field_ = &customer.Title;
-  } else if (NameIs(name, "firstname")) {
-    field_ = &customer.FirstName;
-  } else if (NameIs(name, "lastname")) {
-    field_ = &customer.LastName;
-  } else if (NameIs(name, "dateofbirth")) {
-    field_ = &customer.DateOfBirth;
-  } else if (NameIs(name, "address")) {
-    field_ = &customer.Address;
-  } else if (NameIs(name, "postalcode")) {
-    field_ = &customer.PostalCode;
-  } else if (NameIs(name, "city")) {
-    field_ = &customer.City;
-  } else if (NameIs(name, "phone")) {
-    field_ = &customer.Phone;
-  } else if (NameIs(name, "email")) {
-    field_ = &customer.Email;
-  } else {
-    ReportLine("Unbekannter Knoten (VEvent): customer>" + ToLower(name));
-    return Skip();
-  }
-  return AsText();
+  if (NameIs(name, "title")) return AsTextInto(customer.Title);
+  if (NameIs(name, "firstname")) return AsTextInto(customer.FirstName);
+  if (NameIs(name, "lastname")) return AsTextInto(customer.LastName);
+  if (NameIs(name, "dateofbirth")) return AsTextInto(customer.DateOfBirth);
+  if (NameIs(name, "address")) return AsTextInto(customer.Address);
+  if (NameIs(name, "postalcode")) return AsTextInto(customer.PostalCode);
+  if (NameIs(name, "city")) return AsTextInto(customer.City);
+  if (NameIs(name, "phone")) return AsTextInto(customer.Phone);
+  if (NameIs(name, "email")) return AsTextInto(customer.Email);
+  ReportLine("Unbekannter Knoten (VEvent): customer>" + ToLower(name));
+  return Skip();
 }
 
 // --- clZVTerminKey ----------------------------------------------------------

@@ -126,20 +126,18 @@ class TerminReader final : public ElementReader {
    public:
     void Begin(clZVCustomer& customer) { customer_ = &customer; }
     Take Child(std::string_view name) override;
-    void TextOfChild(std::string_view text) override { field_->assign(text); }
     bool End() override { return true; }
 
    private:
     clZVCustomer* customer_ = nullptr;
-    std::string* field_ = nullptr;
   };
 
   // The child being read.
-  enum class Field : uint8_t { kSource, kTarget, kComment, kStatus, kDTStart, kDTEnd, kCancel,
-                               kBlock, kCustomer, kCalendar, kAttribute };
+  enum class Field : uint8_t { kDTStart, kDTEnd, kCancel, kBlock, kCustomer, kCalendar,
+                               kAttribute };
 
   clZVTermin* termin_ = nullptr;
-  Field field_ = Field::kSource;
+  Field field_ = Field::kDTStart;
   std::shared_ptr<clZVAttributeMulti> attribute_;  // the attribute being read
   CustomerReader customer_reader_;
   AttributeValueReader calendar_reader_;
