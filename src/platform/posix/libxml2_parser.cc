@@ -9,8 +9,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <utility>
 
@@ -77,10 +79,35 @@ void RegisterWindows1252() {
   static_cast<void>(registered);
 }
 
+// The lengths of the element names of one parse. libxml2 keeps every name
+// it has read in its parser's dictionary, once, and hands that copy to the
+// callbacks: a name's pointer stands for its text as long as the parser
+// lives, and its length need not be counted again each time it comes.
+class NameLengths {
+ public:
+  std::string_view Of(const xmlChar* name) {
+    Entry& entry = entries_[(reinterpret_cast<uintptr_t>(name) >> 4) % kEntries];
+    if (entry.name != name) {
+      entry.name = name;
+      entry.length = std::strlen(reinterpret_cast<const char*>(name));
+    }
+    return std::string_view(reinterpret_cast<const char*>(name), entry.length);
+  }
+
+ private:
+  static constexpr size_t kEntries = 64;
+  struct Entry {
+    const xmlChar* name = nullptr;
+    size_t length = 0;
+  };
+  std::array<Entry, kEntries> entries_{};
+};
+
 // What the callbacks share during one parse.
 struct ParseState {
   explicit ParseState(XmlStreamSink& sink) : builder(sink) {}
   XmlTreeBuilder builder;
+  NameLengths names;
   xmlParserCtxtPtr context = nullptr;
   bool refused = false;
 };
@@ -115,7 +142,7 @@ void OnStartElement(void* user_data, const xmlChar* local_name, const xmlChar* p
     // The name as written: with its prefix, if it has one.
     bool started = false;
     if (prefix == nullptr) {
-      started = state.builder.StartElement(View(local_name));
+      started = state.builder.StartElement(state.names.Of(local_name));
     } else {
       std::string name(View(prefix));
       name.push_back(':');

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <string>
+#include <string_view>
 
 #include "util/date_time.h"
 
@@ -45,12 +46,13 @@ ZoneInformation PosixTimeZone::GetTimeZoneInformation() {
   // Within one second and under the same TZ the answer cannot differ.
   const time_t now = ::time(nullptr);
   const char* tz = std::getenv("TZ");
-  const std::string tz_now = tz == nullptr ? std::string("\x01unset") : std::string(tz);
+  const std::string_view tz_now =
+      tz == nullptr ? std::string_view("\x01unset") : std::string_view(tz);
   if (cached_ && now == cached_at_ && tz_now == cached_tz_) return cached_info_;
   const ZoneInformation info = ReadZone(now);
   cached_ = true;
   cached_at_ = now;
-  cached_tz_ = tz_now;
+  cached_tz_.assign(tz_now);
   cached_info_ = info;
   return info;
 }
