@@ -56,26 +56,42 @@ constexpr std::array<SummerTime, 24> kServiceTable = [] {
 
 constexpr int kFirstTableYear = 2007;
 
-// Plain ordinal comparison of the texts gives their order in time. Instants
-// outside every row (winter, before 2007, after 2030) are winter time. Both
-// bounds of a row lie in its own year, so only that year's row can hold the
-// instant.
-bool IsSummerTime(const std::array<SummerTime, 24>& table, const DateTime::Fields& f) {
+// An instant's text "yyyymmddhhnnss" read as a number: with four digits for
+// the year, numbers are ordered as the texts and the instants are.
+constexpr uint64_t Stamp(std::string_view text) {
+  uint64_t stamp = 0;
+  for (const char c : text) stamp = stamp * 10 + static_cast<uint64_t>(c - '0');
+  return stamp;
+}
+constexpr uint64_t Stamp(const DateTime::Fields& f) {
+  uint64_t stamp = static_cast<uint64_t>(f.year);
+  for (const int field : {f.month, f.day, f.hour, f.minute, f.second}) {
+    stamp = stamp * 100 + static_cast<uint64_t>(field);
+  }
+  return stamp;
+}
+
+// A table's rows as numbers, first and last instant of each.
+using SummerStamps = std::array<std::array<uint64_t, 2>, 24>;
+constexpr SummerStamps StampsOf(const std::array<SummerTime, 24>& table) {
+  SummerStamps stamps{};
+  for (size_t i = 0; i < table.size(); ++i) {
+    stamps[i] = {Stamp(table[i].start), Stamp(table[i].end)};
+  }
+  return stamps;
+}
+constexpr SummerStamps kLocalStamps = StampsOf(kLocalTable);
+constexpr SummerStamps kServiceStamps = StampsOf(kServiceTable);
+static_assert(kLocalStamps[17][0] == 20240331030000u && kServiceStamps[0][1] == 20071028005959u);
+
+// Instants outside every row (winter, before 2007, after 2030) are winter
+// time. Both bounds of a row lie in its own year, so only that year's row
+// can hold the instant; within it, the year has four digits.
+bool IsSummerTime(const SummerStamps& table, const DateTime::Fields& f) {
   const int row = f.year - kFirstTableYear;
   if (row < 0 || row >= static_cast<int>(table.size())) return false;
-  // "yyyymmddhhnnss": the year has four digits here, every other field two.
-  char buffer[14];
-  const int values[] = {f.month, f.day, f.hour, f.minute, f.second};
-  buffer[0] = static_cast<char>('0' + f.year / 1000);
-  buffer[1] = static_cast<char>('0' + f.year / 100 % 10);
-  buffer[2] = static_cast<char>('0' + f.year / 10 % 10);
-  buffer[3] = static_cast<char>('0' + f.year % 10);
-  for (size_t i = 0; i < 5; ++i) {
-    buffer[4 + 2 * i] = static_cast<char>('0' + values[i] / 10);
-    buffer[5 + 2 * i] = static_cast<char>('0' + values[i] % 10);
-  }
-  const std::string_view text(buffer, sizeof buffer);
-  return table[row].start <= text && text <= table[row].end;
+  const uint64_t stamp = Stamp(f);
+  return table[static_cast<size_t>(row)][0] <= stamp && stamp <= table[static_cast<size_t>(row)][1];
 }
 
 int32_t CheckedSum(int32_t a, int32_t b) {
@@ -95,7 +111,7 @@ int32_t CheckedNegation(int32_t value) {
 // saving (result 0) still takes the daylight bias in summer time; only a
 // failing zone query gives no offset.
 int32_t LocalOffset(DateTime local, TimeZoneSource& zone) {
-  const bool bIstSommerzeit = IsSummerTime(kLocalTable, local.Split());
+  const bool bIstSommerzeit = IsSummerTime(kLocalStamps, local.Split());
   const ZoneInformation info = zone.GetTimeZoneInformation();
   if (info.result != 0 && info.result != 1 && info.result != 2) return 0;
   return bIstSommerzeit ? CheckedSum(info.bias, info.daylight_bias) : info.bias;
@@ -105,7 +121,7 @@ int32_t LocalOffset(DateTime local, TimeZoneSource& zone) {
 // offset, a zone without daylight saving (result 0) gives no offset at all.
 // `utc` is the instant's fields.
 int32_t ServiceOffset(const DateTime::Fields& utc, TimeZoneSource& zone) {
-  const bool bIstSommerzeit = IsSummerTime(kServiceTable, utc);
+  const bool bIstSommerzeit = IsSummerTime(kServiceStamps, utc);
   const ZoneInformation info = zone.GetTimeZoneInformation();
   if (info.result != 1 && info.result != 2) return 0;
   return CheckedNegation(bIstSommerzeit ? CheckedSum(info.bias, info.daylight_bias) : info.bias);
