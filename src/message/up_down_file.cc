@@ -118,7 +118,9 @@ class clZVUpDownFile::AddReplaceReader final : public ElementReader {
     if (NameIs(name, "vevent")) {
       child_ = Part::kVEvent;
       termin_ = std::make_shared<clZVTermin>();
-      termin_reader_.Begin(*termin_);
+      // An added appointment lets its attributes' keys go when it is
+      // stored, and a deleted one keeps none of them.
+      termin_reader_.Begin(*termin_, kind_ == Kind::kReplace);
       return By(termin_reader_);
     }
     if (NameIs(name, "calendar")) {

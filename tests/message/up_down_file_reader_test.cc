@@ -238,6 +238,46 @@ TEST_F(UpDownFileReaderTest, TwoAttributesWithOneIdEndTheReading) {
   }
 }
 
+// Past a handful of attributes the ids are looked up another way; the same
+// id (in any case) still ends the reading, wherever it comes again.
+TEST_F(UpDownFileReaderTest, ManyAttributesAreKeptAndAnIdThatComesAgainLateEndsTheReading) {
+  const auto attributes = [](int count, const std::string& last_id) {
+    std::string text;
+    for (int i = 1; i <= count; ++i) {
+      text += "<Attribute><Source>" + (i == count ? last_id : "a-" + std::to_string(i)) +
+              "</Source><Value><Source>V</Source></Value></Attribute>";
+    }
+    return text;
+  };
+  for (const std::string command : {"Replace", "Add", "Delete"}) {
+    for (const int count : {9, 12, 40}) {
+      SCOPED_TRACE(command + " " + std::to_string(count));
+      process.log.lines.clear();
+      ASSERT_TRUE(Analyze(Message("<" + command + "><VEvent><Source>ZV-1</Source>" +
+                                  attributes(count, "a-" + std::to_string(count)) +
+                                  "</VEvent></" + command + ">")));
+      if (command == "Add") {
+        EXPECT_EQ(file.AddTerminCol().Item(1)->Termin->Attributes.Count(), count);
+      } else if (command == "Replace") {
+        EXPECT_EQ(file.ReplaceTerminCol().Item(1)->Termin->Attributes.Count(), count);
+      }
+      for (const std::string again : {"A-3", "a-8", "A-9"}) {
+        if (count == 9 && again == "A-9") continue;  // that is the last one itself
+        process.log.lines.clear();
+        EXPECT_FALSE(Analyze(Message("<" + command + "><VEvent><Source>ZV-1</Source>" +
+                                     attributes(count, again) + "</VEvent></" + command + ">")))
+            << again;
+        ASSERT_EQ(process.log.lines.size(), 1u) << again;
+        EXPECT_EQ(process.log.lines[0],
+                  "(MAIN) --> ERROR: 457/This key is already associated with an element of "
+                  "this collection / Modul=clZVUpDownFile / Proc=AnalyzeDownFile / Details=File=" +
+                      path)
+            << again;
+      }
+    }
+  }
+}
+
 TEST_F(UpDownFileReaderTest, AttributesWithoutAnIdOrWithDifferentIdsAreAllKept) {
   for (const std::string command : {"Replace", "Add"}) {
     ASSERT_TRUE(Analyze(Message(
