@@ -7,7 +7,6 @@
 #include "interface/error_report.h"
 #include "interface/process.h"
 #include "mapping/date_time_convert.h"
-#include "util/error.h"
 #include "util/text.h"
 
 namespace kdzv {
@@ -145,33 +144,9 @@ bool clZVTermin::CreateXMLSource(XmlWriter::Element parent) const {
 
 // --- TerminReader -----------------------------------------------------------
 
-void TerminReader::Begin(clZVTermin& termin, bool keyed) {
+void TerminReader::Begin(clZVTermin& termin) {
   termin_ = &termin;
-  keyed_ = keyed;
-  ids_.Clear();
   attribute_.reset();
-}
-
-void TerminReader::AttributeIds::Clear() {
-  count_ = 0;
-  if (!many_.empty()) many_.clear();
-}
-
-void TerminReader::AttributeIds::Add(std::string_view id) {
-  if (id.empty()) return;  // an attribute without an id has no key
-  if (count_ < kScanned) {
-    if (few_.size() <= count_) few_.emplace_back();
-    std::string& folded = few_[count_];
-    folded = ToUpper(id);
-    for (size_t i = 0; i < count_; ++i) {
-      if (few_[i] == folded) RaiseStandard(err::kDuplicateKey);
-    }
-    ++count_;
-    return;
-  }
-  if (count_ == kScanned) many_.insert(few_.begin(), few_.begin() + kScanned);
-  if (!many_.insert(ToUpper(id)).second) RaiseStandard(err::kDuplicateKey);
-  ++count_;
 }
 
 ElementReader::Take TerminReader::Child(std::string_view name) {
@@ -237,12 +212,7 @@ void TerminReader::ChildRead(bool read) {
       // Most appointments carry a few attributes: room for them at once.
       if (attributes.Count() == 0) attributes.Reserve(4);
       const std::string_view key = attribute->Source;
-      if (keyed_) {
-        attributes.Add(std::move(attribute), key);  // keyed regardless of case
-      } else {
-        ids_.Add(key);
-        attributes.Add(std::move(attribute));
-      }
+      attributes.Add(std::move(attribute), key);  // keyed regardless of case
     } else {
       ReportLine("'Attribute' konnte nicht gelesen werden.");
     }

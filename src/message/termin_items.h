@@ -10,8 +10,6 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <unordered_set>
-#include <vector>
 
 #include "message/calendar_items.h"
 #include "message/element_reader.h"
@@ -115,10 +113,7 @@ class clZVTermin {
 // run-time error (a second attribute under the same key) ends the reading.
 class TerminReader final : public ElementReader {
  public:
-  // `keyed`: the attributes are kept under their ids (Source). Otherwise
-  // they are added without keys, as an added appointment keeps them; two
-  // attributes with one id still end the reading alike.
-  void Begin(clZVTermin& termin, bool keyed);
+  void Begin(clZVTermin& termin);
 
   Take Child(std::string_view name) override;
   void TextOfChild(std::string_view text) override;
@@ -141,26 +136,7 @@ class TerminReader final : public ElementReader {
   enum class Field : uint8_t { kDTStart, kDTEnd, kCancel, kBlock, kCustomer, kCalendar,
                                kAttribute };
 
-  // The ids of the attributes read so far, upper-case, while they are not
-  // kept as keys: looked through while there are few, then hashed. Both keep
-  // their room from one appointment to the next.
-  class AttributeIds {
-   public:
-    void Clear();
-    // Raises "This key is already associated with an element of this
-    // collection" (457) for an id already there.
-    void Add(std::string_view id);
-
-   private:
-    static constexpr size_t kScanned = 8;
-    std::vector<std::string> few_;
-    size_t count_ = 0;
-    std::unordered_set<std::string> many_;
-  };
-
   clZVTermin* termin_ = nullptr;
-  bool keyed_ = true;
-  AttributeIds ids_;
   Field field_ = Field::kDTStart;
   std::shared_ptr<clZVAttributeMulti> attribute_;  // the attribute being read
   CustomerReader customer_reader_;

@@ -118,9 +118,7 @@ class clZVUpDownFile::AddReplaceReader final : public ElementReader {
     if (NameIs(name, "vevent")) {
       child_ = Part::kVEvent;
       termin_ = std::make_shared<clZVTermin>();
-      // An added appointment lets its attributes' keys go when it is
-      // stored, and a deleted one keeps none of them.
-      termin_reader_.Begin(*termin_, kind_ == Kind::kReplace);
+      termin_reader_.Begin(*termin_);
       return By(termin_reader_);
     }
     if (NameIs(name, "calendar")) {
