@@ -36,18 +36,9 @@ int DigitsValue(std::string_view digits, size_t min_length, size_t max_length) {
   return value;
 }
 
-bool IsLeapYear(int year) { return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0; }
-
-int DaysInMonth(int year, int month) {
-  static constexpr int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
-  return month == 2 && IsLeapYear(year) ? 29 : kDays[month - 1];
-}
-
 // The date when year, month and day name a real day of the host's calendar.
 std::optional<DateTime> ValidDate(int year, int month, int day) {
-  if (year < 100 || year > 9999) return std::nullopt;
-  if (month < 1 || month > 12) return std::nullopt;
-  if (day < 1 || day > DaysInMonth(year, month)) return std::nullopt;
+  if (!DateTime::Fields{year, month, day}.InRange()) return std::nullopt;
   return DateTime::FromDate(year, month, day);
 }
 

@@ -194,18 +194,6 @@ bool DigitFields(std::string_view text, int (&fields)[6]) {
   return static_cast<unsigned char>(text[8]) < 0x80 && static_cast<unsigned char>(text[15]) < 0x80;
 }
 
-// Whether the fields name an instant as they stand, each inside its range
-// (a year from 100 on, a day that its month has): then the instant made of
-// them splits into the very same fields.
-bool PlainFields(const int (&fields)[6]) {
-  const int year = fields[0], month = fields[1], day = fields[2];
-  if (year < 100 || month < 1 || month > 12 || day < 1) return false;
-  static constexpr int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
-  const bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
-  const int days = month == 2 && leap ? 29 : kDays[month - 1];
-  return day <= days && fields[3] < 24 && fields[4] < 60 && fields[5] < 60;
-}
-
 }  // namespace
 
 std::string ConvertLocalToZentavoDateTime(DateTime dLocalDate, TimeZoneSource& zone) {
@@ -221,10 +209,7 @@ std::string ConvertLocalToZentavoDateTime(DateTime dLocalDate, TimeZoneSource& z
 DateTime ConvertZentavoToLocalDateTime(std::string_view strDTString, TimeZoneSource& zone) {
   try {
     int fields[6];
-    bool plain = false;
-    if (DigitFields(strDTString, fields)) {
-      plain = PlainFields(fields);
-    } else {
+    if (!DigitFields(strDTString, fields)) {
       const std::vector<std::string_view> chars = Characters(strDTString);
       if (chars.size() != 16) return DateTime();
       for (size_t i = 0; i < 6; ++i) fields[i] = Field(chars, kFieldSpans[i][0], kFieldSpans[i][1]);
@@ -233,10 +218,10 @@ DateTime ConvertZentavoToLocalDateTime(std::string_view strDTString, TimeZoneSou
     const DateTime time_part = DateTime::FromTime(fields[3], fields[4], fields[5]);
     // The two parts are joined as plain day numbers.
     const DateTime instant = DateTime::FromSerial(date_part.serial() + time_part.serial());
-    // Splitting the instant gives back plain fields unchanged.
-    const DateTime::Fields utc =
-        plain ? DateTime::Fields{fields[0], fields[1], fields[2], fields[3], fields[4], fields[5]}
-              : instant.Split();
+    // Splitting the instant gives back fields in their ranges unchanged.
+    const DateTime::Fields written{fields[0], fields[1], fields[2],
+                                   fields[3], fields[4], fields[5]};
+    const DateTime::Fields utc = written.InRange() ? written : instant.Split();
     return UtcToLocal(instant, utc, zone);
   } catch (...) {
     ReportCurrentError(kModule, "ConvertZentavoToLocalDateTime", strDTString);

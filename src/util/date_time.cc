@@ -124,6 +124,12 @@ int DaysInMonth(int year, int month) {
 
 }  // namespace
 
+bool DateTime::Fields::InRange() const {
+  return year >= 100 && year <= 9999 && month >= 1 && month <= 12 && day >= 1 &&
+         day <= DaysInMonth(year, month) && hour >= 0 && hour <= 23 && minute >= 0 &&
+         minute <= 59 && second >= 0 && second <= 59;
+}
+
 DateTime DateTime::FromDate(int year, int month, int day) {
   const int64_t day_number = NormalisedDayNumber(year, month, day);
   if (day_number < kFirstDay || day_number > kLastDay) RaiseStandard(err::kInvalidCall);
@@ -222,10 +228,7 @@ std::optional<DateTime> DateTime::ParseIsoText(std::string_view text) {
       return std::nullopt;
     }
   }
-  if (f.year < 100 || f.month < 1 || f.month > 12 || f.day < 1 ||
-      f.day > DaysInMonth(f.year, f.month) || f.hour > 23 || f.minute > 59 || f.second > 59) {
-    return std::nullopt;
-  }
+  if (!f.InRange()) return std::nullopt;
   return FromFields(f);
 }
 

@@ -21,6 +21,11 @@ class DateTime {
     int year = 1899, month = 12, day = 30;
     int hour = 0, minute = 0, second = 0;
     bool operator==(const Fields&) const = default;
+    // Whether each field lies in its range: a year from 100 to 9999, a
+    // month, a day that month has, a time of day. Such fields name an
+    // instant as they stand: FromFields takes them without rolling over,
+    // and Split gives them back.
+    bool InRange() const;
   };
 
   constexpr DateTime() = default;

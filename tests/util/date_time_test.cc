@@ -236,5 +236,21 @@ TEST(DateTimeTest, DayPartOfNoDateTheHostCanHoldIsAnOverflow) {
   }
 }
 
+TEST(DateTimeTest, FieldsInRangeAreThoseThatSplitGivesBack) {
+  using F = DateTime::Fields;
+  for (const F& f : {F{100, 1, 1, 0, 0, 0}, F{9999, 12, 31, 23, 59, 59}, F{2024, 2, 29, 12, 0, 0},
+                     F{2000, 2, 29, 0, 0, 0}, F{2023, 4, 30, 6, 30, 0}}) {
+    EXPECT_TRUE(f.InRange()) << f.year << "-" << f.month << "-" << f.day;
+    EXPECT_EQ(DateTime::FromFields(f).Split(), f) << f.year << "-" << f.month << "-" << f.day;
+  }
+  for (const F& f : {F{99, 12, 31, 0, 0, 0}, F{10000, 1, 1, 0, 0, 0}, F{2023, 2, 29, 0, 0, 0},
+                     F{1900, 2, 29, 0, 0, 0}, F{2024, 4, 31, 0, 0, 0}, F{2024, 0, 1, 0, 0, 0},
+                     F{2024, 13, 1, 0, 0, 0}, F{2024, 1, 0, 0, 0, 0}, F{2024, 1, 1, 24, 0, 0},
+                     F{2024, 1, 1, 0, 60, 0}, F{2024, 1, 1, 0, 0, 60}, F{2024, 1, 1, -1, 0, 0}}) {
+    EXPECT_FALSE(f.InRange()) << f.year << "-" << f.month << "-" << f.day << " " << f.hour << ":"
+                              << f.minute << ":" << f.second;
+  }
+}
+
 }  // namespace
 }  // namespace kdzv
