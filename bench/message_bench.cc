@@ -314,13 +314,7 @@ void PrintSummary(const CollectingReporter& reporter) {
 }  // namespace kdzv::bench
 
 int main(int argc, char** argv) {
-  // The benchmarks read the same message over and over and let its items go
-  // in between. glibc would hand the freed heap back to the kernel after one
-  // read (or not, depending on which block happens to lie at the top of the
-  // heap) and the next read would fault it in again: a cost of the loop, not
-  // of reading, that came and went between builds of the same reader. The
-  // process keeps its heap instead, as a host that reads message after
-  // message does; the kernel column still shows what page faults remain.
+  // The process keeps its heap between reads (see the comment at the top).
   mallopt(M_TRIM_THRESHOLD, 1 << 30);
   mallopt(M_MMAP_THRESHOLD, 64 << 20);
   kdzv::bench::InstallLibxml2Accounting();

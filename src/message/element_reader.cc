@@ -1,6 +1,5 @@
 #include "message/element_reader.h"
 
-
 namespace kdzv {
 
 bool ReadElement(const XmlNode& element, ElementReader& reader) {

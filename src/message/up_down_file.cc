@@ -19,7 +19,7 @@ namespace {
 
 // The number in a "MsgID" or "CmdID" text: its leading decimal number,
 // rounded; 0 when the text does not start with one.
-int32_t NumberIn(const XmlNode& element) { return RoundToLong(LeadingNumber(element.Text())); }
+int32_t NumberIn(std::string_view text) { return RoundToLong(LeadingNumber(text)); }
 
 void ReportUnknown(std::string_view parent, std::string_view lower_child) {
   ReportLine("Unbekannter Knoten: " + std::string(parent) + ">" + std::string(lower_child));
@@ -139,7 +139,7 @@ class clZVUpDownFile::AddReplaceReader final : public ElementReader {
 
   // The command's number.
   void TextOfChild(std::string_view text) override {
-    cmd_id_ = RoundToLong(LeadingNumber(text));
+    cmd_id_ = NumberIn(text);
   }
 
   // A calendar or an attribute counts once it was read; an appointment
@@ -410,7 +410,7 @@ void clZVUpDownFile::ReadHeader(const XmlNode& header) {
     } else if (NameIs(name, "verproto")) {
       hdr.VerProto = child.Text();
     } else if (NameIs(name, "msgid")) {
-      hdr.MsgID = NumberIn(child);
+      hdr.MsgID = NumberIn(child.Text());
     } else if (NameIs(name, "source")) {
       ReadLocation(child, hdr.Source);
     } else if (NameIs(name, "target")) {
@@ -463,7 +463,7 @@ void clZVUpDownFile::ReadGet(const XmlNode& get) {
   for (const XmlNode& child : get.Children()) {
     const std::string_view name = child.Name();
     if (NameIs(name, "cmdid")) {
-      cmd_id = NumberIn(child);
+      cmd_id = NumberIn(child.Text());
     } else if (NameIs(name, "openingtime")) {
       asks_opening_times = true;
     } else {
